@@ -1,0 +1,132 @@
+#include "raise.hpp"
+#include "reply.hpp"
+#include "trace.hpp"
+
+#include <tarnix/io/ftp/core.hpp>
+
+#include <fl/i18n/ustring_conversion.hpp>
+#include <tarnix/io/common/file.hpp>
+
+#include <boost/exception/diagnostic_information.hpp>
+
+#include <cstddef>
+#include <cstdio>
+
+namespace tarnix::io::ftp::core {
+
+namespace file = common::file;
+
+namespace {
+
+constexpr auto source = "src/file";
+
+std::pair<file::File, std::size_t> make_file_with_size(const ustring& path)
+{
+    const function_scope scope{
+        getLogger(),
+        "std::pair<common::file::File, size_t> tarnix::io::ftp::core::(anonymous "
+        "namespace)::make_file_with_size(const fl::ustring &)",
+        source, __LINE__};
+    try {
+        auto opened = file::make_readable_file(path);
+        const auto size = file::make_vfs_file(path).getAttributes().getSize();
+        return {std::move(opened), size};
+    } catch (const error<ids::PermissionDenied>&) {
+        raise<ids::PermissionDenied>(path);
+    } catch (...) {
+        if (getLogger().is_enabled(level::information))
+            getLogger().write(level::information,
+                              boost::current_exception_diagnostic_information(true));
+        // Whatever else was wrong with the file, for the user it is not there.
+        raise<ids::NotFound>(path);
+    }
+}
+
+// libcurl's C frames are below the two callbacks: nothing may be thrown through them. What the
+// file layer reports there is lost; only its effect on the transfer stays.
+
+std::size_t read_local(void* buffer, std::size_t size, std::size_t count, void* user)
+{
+    try {
+        const auto result = file::read(*static_cast<const file::File*>(user),
+                                       static_cast<char*>(buffer), static_cast<long>(size * count));
+        const auto* bytes = std::get_if<long>(&result);
+        if (!bytes)
+            return CURL_READFUNC_ABORT;
+        return *bytes == -1 ? 0 : static_cast<std::size_t>(*bytes);
+    } catch (...) {
+        return CURL_READFUNC_ABORT;
+    }
+}
+
+std::size_t write_local(void* buffer, std::size_t size, std::size_t count, void* user)
+{
+    try {
+        const auto result =
+            file::write(*static_cast<const file::File*>(user), static_cast<const char*>(buffer),
+                        static_cast<long>(size * count));
+        const auto* bytes = std::get_if<long>(&result);
+        return bytes ? static_cast<std::size_t>(*bytes) : 0;
+    } catch (...) {
+        return 0;
+    }
+}
+
+void close_local(const file::File& opened)
+{
+    file::handle_exception(file::close(opened), opened, file::Operation::close);
+}
+
+} // namespace
+
+void send_file(curl_ptr& handle, const ustring& local, const ustring& remote, const bool text_mode)
+{
+    const function_scope scope{
+        getLogger(),
+        "void tarnix::io::ftp::core::send_file(curl_ptr &, const fl::ustring &, const fl::ustring "
+        "&, const bool)",
+        source, __LINE__};
+    const auto url = fullurl(handle, fl::i18n::ustring_to_utf8(remote), false);
+    const auto [opened, size] = make_file_with_size(local);
+    const auto code = scoped_request(handle)
+                          .seturl(url)
+                          .setopt(CURLOPT_CRLF, text_mode, 0)
+                          .setopt(CURLOPT_TRANSFERTEXT, text_mode, 0)
+                          .setopt(CURLOPT_READDATA, &opened, stdin)
+                          .setopt(CURLOPT_READFUNCTION, &read_local, &std::fread)
+                          .setopt(CURLOPT_UPLOAD, 1L, 0)
+                          .setopt(CURLOPT_INFILESIZE_LARGE, size, -1)
+                          .perform()
+                          .first;
+    close_local(opened);
+    if (code != CURLE_OK)
+        raise<ids::UploadFailed>(local);
+}
+
+void receive_file(curl_ptr& handle, const ustring& remote, const ustring& local,
+                  const bool text_mode)
+{
+    const function_scope scope{
+        getLogger(),
+        "void tarnix::io::ftp::core::receive_file(curl_ptr &, const fl::ustring &, const "
+        "fl::ustring &, const bool)",
+        source, __LINE__};
+    const auto url = fullurl(handle, fl::i18n::ustring_to_utf8(remote), false);
+    const auto opened = file::make_writeable_file(local);
+    // The data pointer goes back to the address of a function; that is meant.
+    const auto [code, reply] = scoped_request(handle)
+                                   .seturl(url)
+                                   .setopt(CURLOPT_CRLF, text_mode, 0)
+                                   .setopt(CURLOPT_TRANSFERTEXT, text_mode, 0)
+                                   .setopt(CURLOPT_WRITEFUNCTION, &write_local, nullptr)
+                                   .setopt(CURLOPT_WRITEDATA, &opened, &std::fwrite)
+                                   .perform();
+    close_local(opened);
+    if (code == CURLE_OK)
+        return;
+    if (reply == reply::file_unavailable)
+        raise<ids::FileUnavailable>(remote);
+    raise<ids::FTPError>(reply);
+}
+
+} // namespace tarnix::io::ftp::core
