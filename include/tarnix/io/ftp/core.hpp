@@ -198,6 +198,9 @@ TARNIX_FTP_EXPORT CURLcode unsafe_cd(curl_ptr& handle, const std::string& url);
 /// `url`.
 TARNIX_FTP_EXPORT std::string cd(curl_ptr& handle, const std::string& url);
 
+/// The reply lines of a request with a SYST, all of them; "" when it failed. Costs one request.
+TARNIX_FTP_EXPORT std::string syst(curl_ptr& handle);
+
 // Connection
 
 /// Logs in over FTP and returns the working folder. `url` begins "ftp://". Active mode only for
@@ -299,6 +302,23 @@ TARNIX_FTP_EXPORT void send_file(curl_ptr& handle, const ustring& local, const u
 /// the file layer's errors.
 TARNIX_FTP_EXPORT void receive_file(curl_ptr& handle, const ustring& remote, const ustring& local,
                                     const bool text_mode);
+
+/// Deletes a remote file. Two requests. Raises DeleteFailed. A relative `path` is the server's to
+/// resolve over FTP; over SFTP it costs a PWD more.
+TARNIX_FTP_EXPORT void delete_remote_file(curl_ptr& handle, const ustring& path);
+TARNIX_FTP_EXPORT void sftp_delete_remote_file(curl_ptr& handle, const ustring& path);
+
+/// Renames a remote file. Two requests, over SFTP a PWD more for each relative path. Raises
+/// FTPError for a last reply of 500 to 553; every other outcome, a lost connection too, reads as
+/// success.
+TARNIX_FTP_EXPORT void rename_remote_file(curl_ptr& handle, const ustring& from, const ustring& to);
+TARNIX_FTP_EXPORT void sftp_rename_remote_file(curl_ptr& handle, const ustring& from,
+                                               const ustring& to);
+
+/// Asks an SFTP server for the file system that holds `path`. Where the server does not answer
+/// (each FTP server, within 20 s), true when the working folder can be reached, whatever `path`
+/// is. Clears a transfer time-out. Raises FTPError with libcurl's code.
+TARNIX_FTP_EXPORT bool is_file(curl_ptr& handle, const ustring& path);
 
 template <typename Value>
 auto scoped_request::readable(Value value)
