@@ -20,6 +20,12 @@
 #include <utility>
 #include <vector>
 
+class txArray;
+
+namespace zobs {
+class COSNamespace;
+}
+
 /// An FTP, FTPS and SFTP client on libcurl.
 ///
 /// A session is a `curl_ptr`: connect it once, then pass it to the operations. Its working folder
@@ -320,6 +326,19 @@ TARNIX_FTP_EXPORT void sftp_rename_remote_file(curl_ptr& handle, const ustring& 
 /// is. Clears a transfer time-out. Raises FTPError with libcurl's code.
 TARNIX_FTP_EXPORT bool is_file(curl_ptr& handle, const ustring& path);
 
+// Host binding
+
+/// The host namespace `tarnix.io.internal`; the host owns it.
+TARNIX_FTP_EXPORT zobs::COSNamespace* getFTPCorePackage();
+
+/// Registers the class `tarnix.io.internal.Connection`, each of whose objects owns a session
+/// handle. Raises `foundation::core::except::bad_alloc`.
+TARNIX_FTP_EXPORT void do_init();
+
+/// The session handle of the `Connection` object that is the first element of `array`; valid while
+/// that object lives. Raises CurlHandleUnwrapFailed for everything else.
+TARNIX_FTP_EXPORT curl_ptr& get_curl_ptr(const txArray* array);
+
 template <typename Value>
 auto scoped_request::readable(Value value)
 {
@@ -344,3 +363,12 @@ scoped_request&& scoped_request::setopt(CURLoption option, Value value, Restore 
 }
 
 } // namespace tarnix::io::ftp::core
+
+extern "C" {
+
+/// To be called when the library has been loaded; registers its class, once in a process unless
+/// the host's object system keeps track itself. Raises what `do_init` raises.
+TARNIX_FTP_EXPORT void TXInitialize_FTPCoreModule();
+/// Does nothing.
+TARNIX_FTP_EXPORT void TXTerminate_FTPCoreModule();
+}
