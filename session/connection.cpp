@@ -53,7 +53,6 @@ void connection::set_options(const settings& wanted)
     core::connection_timeout(handle_, static_cast<long>(options.connect_timeout.count()));
     core::transfer_timeout(handle_, static_cast<long>(options.transfer_timeout.count()));
     core::set_option(handle_, CURLOPT_SERVER_RESPONSE_TIMEOUT, options.reply_timeout.count());
-    core::set_option(handle_, CURLOPT_NOSIGNAL, 1);
     watch_.observe(handle_);
 
     set_text(handle_, CURLOPT_USERNAME, wanted.user);

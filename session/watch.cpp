@@ -14,7 +14,7 @@ void watch::observe(core::curl_ptr& handle)
 {
     core::set_option(handle, CURLOPT_XFERINFODATA, this);
     core::set_option(handle, CURLOPT_XFERINFOFUNCTION, reinterpret_cast<void (*)()>(&progress));
-    core::set_option(handle, CURLOPT_NOPROGRESS, 0);
+    core::set_option(handle, CURLOPT_NOPROGRESS, 0LL);
 }
 
 void watch::restart()
