@@ -5,12 +5,21 @@
 
 #include <CLI/CLI.hpp>
 
-#include <algorithm>
+#include <memory>
 #include <regex>
 
 namespace tarnix::cli {
 
 namespace {
+
+/// The help's first lines: CLI11 would show how the operands are read, not what they are.
+class short_usage : public CLI::Formatter {
+public:
+    std::string make_usage(const CLI::App*, std::string name) const override
+    {
+        return "\nUsage: " + name + " [OPTIONS] URL COMMAND [ARG...]\n";
+    }
+};
 
 void add_login_options(CLI::App& app, arguments& given)
 {
@@ -47,11 +56,13 @@ void add_security_options(CLI::App& app, arguments& given)
                    "Trust the certificates in FILE instead of the system's")
         ->option_text("FILE")
         ->group(group);
-    app.add_flag("!--no-verify-certificate", given.verify_certificate,
-                 "Accept any certificate (not safe)")
+    app.add_flag_callback(
+           "--no-verify-certificate", [&given] { given.verify_certificate = false; },
+           "Accept any certificate (not safe)")
         ->group(group);
-    app.add_flag("!--no-verify-host-name", given.verify_host_name,
-                 "Accept a certificate of another host (not safe)")
+    app.add_flag_callback(
+           "--no-verify-host-name", [&given] { given.verify_host_name = false; },
+           "Accept a certificate of another host (not safe)")
         ->group(group);
     app.add_option("--known-hosts", given.known_hosts_file,
                    "SFTP: host keys to trust (~/.ssh/known_hosts)")
@@ -61,8 +72,9 @@ void add_security_options(CLI::App& app, arguments& given)
                    "SFTP: trust just the host key with this fingerprint")
         ->option_text("SHA256:...")
         ->group(group);
-    app.add_flag("!--no-verify-host-key", given.verify_host_key,
-                 "SFTP: accept any host key (not safe)")
+    app.add_flag_callback(
+           "--no-verify-host-key", [&given] { given.verify_host_key = false; },
+           "SFTP: accept any host key (not safe)")
         ->group(group);
 }
 
@@ -123,6 +135,7 @@ std::optional<arguments> read_arguments(int count, const char* const* values, st
     arguments given;
     CLI::App app("Works with files on FTP, FTPS (ftpes://) and SFTP servers.", "tarnix-ftp");
     app.footer(command_help() + '\n' + exit_code_help());
+    app.formatter(std::make_shared<short_usage>());
     app.set_version_flag("--version", "tarnix-ftp " TARNIX_VERSION);
     add_login_options(app, given);
     add_security_options(app, given);
@@ -133,7 +146,7 @@ std::optional<arguments> read_arguments(int count, const char* const* values, st
     // One option each: a list option would take "[a,b]" apart, which may be the name of a file.
     std::string first;
     std::string second;
-    const auto* first_given = app.add_option("ARG", first, "What to do it with");
+    const auto* first_given = app.add_option("ARG", first, "What to do it with, none to two");
     const auto* second_given = app.add_option("ARG2", second)->group("");
     try {
         app.parse(count, values);

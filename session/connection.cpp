@@ -129,6 +129,8 @@ void connection::raise_failure(const settings& wanted, CURLcode code, const std:
                                                   " is not the one in \"" +
                                                   wanted.options.known_hosts_file +
                                                   "\": another server may be posing as it");
+    if (code == CURLE_USE_SSL_FAILED)
+        throw failure(failure_kind::security, server + " offers no TLS");
     const auto kind = kind_of(code);
     if (kind == failure_kind::login)
         throw failure(kind, server + " refuses the login of \"" + wanted.user + "\": " + text);

@@ -82,8 +82,7 @@ explanation explain_removal(remote_view& view, const std::string& path, const re
     if (const auto other = other_refusal(server))
         return *other;
     if (!view.has_folder(path))
-        return {view.has(path) ? failure_kind::conflict : failure_kind::not_found,
-                "there is no such folder"};
+        return {failure_kind::not_found, "there is no such folder"};
     if (!view.names(path, "cannot look at \"" + path + '"').empty())
         return {failure_kind::conflict, "the folder is not empty"};
     return refused(server);

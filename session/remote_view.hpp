@@ -39,6 +39,8 @@ private:
     bool has_file(const std::string& path);
     bool is_listed(const std::string& path);
     std::string fetch(const std::string& path, const std::string& what, question form);
+    [[noreturn]] void raise_for_folder(const std::string& path, const std::string& what,
+                                       const answer& given);
     [[noreturn]] void raise(const std::string& what, const answer& given) const;
 
     connection& link_;

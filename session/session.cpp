@@ -27,6 +27,7 @@ struct session::state {
     /// At the start of every operation: the absolute form of what the caller gave.
     std::string begin(const std::string& path);
     std::string begin_named(const std::string& path);
+    std::string begin_transfer(const std::string& remote, transfer_mode mode);
 
     template <typename Operation, typename Explain>
     void run(const std::string& what, Operation operation, Explain explain);
@@ -61,12 +62,22 @@ std::string session::state::begin(const std::string& path)
     return absolute_path(folder, path);
 }
 
-/// For operations to which an empty path, or one that leaves the name open, means nothing.
+/// For operations to which an empty path means nothing.
 std::string session::state::begin_named(const std::string& path)
 {
     if (path.empty())
         throw invalid_input("the path on the server is empty");
     return begin(path);
+}
+
+std::string session::state::begin_transfer(const std::string& remote, transfer_mode mode)
+{
+    if (remote.ends_with('/'))
+        throw invalid_input("the path on the server names a folder, not a file");
+    // libcurl would put carriage returns into an upload and leave them in a download.
+    if (mode == transfer_mode::text && view.is_sftp())
+        throw invalid_input("SFTP knows no text mode");
+    return begin_named(remote);
 }
 
 /// Runs an operation of the library, and turns its identifier exception into a failure that says
@@ -186,9 +197,7 @@ void session::remove_folder(const std::string& path)
 void session::upload(const std::filesystem::path& local, const std::string& remote,
                      transfer_mode mode)
 {
-    if (remote.ends_with('/'))
-        throw invalid_input("the path on the server names a folder, not a file");
-    const auto path = state_->begin_named(remote);
+    const auto path = state_->begin_transfer(remote, mode);
     state_->run(
         "cannot store " + quoted(path),
         [&](core::curl_ptr& handle) {
@@ -201,9 +210,7 @@ void session::upload(const std::filesystem::path& local, const std::string& remo
 void session::download(const std::string& remote, const std::filesystem::path& local,
                        transfer_mode mode)
 {
-    if (remote.ends_with('/'))
-        throw invalid_input("the path on the server names a folder, not a file");
-    const auto path = state_->begin_named(remote);
+    const auto path = state_->begin_transfer(remote, mode);
     state_->run(
         "cannot fetch " + quoted(path),
         [&](core::curl_ptr& handle) {

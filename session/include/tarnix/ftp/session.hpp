@@ -14,7 +14,7 @@ namespace tarnix::ftp {
 
 enum class transfer_mode {
     binary,
-    text ///< line ends are converted
+    text ///< line ends are converted; FTP only
 };
 
 /// A connection to a server, logged in. Owns it; closing is destruction.
@@ -48,11 +48,12 @@ public:
     /// The names in a folder, in the server's order, without "." and "..".
     std::vector<std::string> names(const std::string& path = {});
 
-    /// Whether `path` is a folder that can be entered (FTP) or read (SFTP). Raises when there was
-    /// no answer to tell from.
+    /// Whether `path` is a folder; over FTP, one that can be entered. Raises when there was no
+    /// answer to tell from.
     bool is_folder(const std::string& path);
 
-    /// Whether there is a file or folder of that name, as far as the server lets one see.
+    /// Whether there is a file or folder of that name, as far as the server lets one see. Over FTP
+    /// "no" takes three looks, the last one at a listing of the folder above.
     bool exists(const std::string& path);
 
     void make_folder(const std::string& path);
