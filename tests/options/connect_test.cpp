@@ -33,9 +33,9 @@ protected:
     /// Everything that is set for the session but the last option, the TLS level.
     static transcript session_options(const std::string& url)
     {
-        return {"URL=" + url,          "USERNAME=user",      "PASSWORD=secret",
-                "PORT=2121",           "SSL_VERIFYHOST=1",   "SSL_VERIFYPEER=1",
-                "LOW_SPEED_LIMIT=10",  "LOW_SPEED_TIME=30",  "CAINFO=/etc/ca bundle.pem"};
+        return {"URL=" + url,         "USERNAME=user",     "PASSWORD=secret",
+                "PORT=2121",          "SSL_VERIFYHOST=1",  "SSL_VERIFYPEER=1",
+                "LOW_SPEED_LIMIT=10", "LOW_SPEED_TIME=30", "CAINFO=/etc/ca bundle.pem"};
     }
 
     static transcript first_request()
@@ -123,22 +123,21 @@ TEST_P(ftp_connect_tls, the_mode_chooses_the_tls_level)
 {
     recorder_.answer({done, folder_is("/"), done, folder_is("/")});
     connect_with({.tls_mode = GetParam().mode});
-    EXPECT_EQ(recorder_.take(),
-              steps({session_options("ftp://server/pub/"),
-                     {"USE_SSL=" + GetParam().value},
-                     first_request(),
-                     asking_pwd(),
-                     moving_to("ftp://server/pub/"),
-                     asking_pwd()}));
+    EXPECT_EQ(recorder_.take(), steps({session_options("ftp://server/pub/"),
+                                       {"USE_SSL=" + GetParam().value},
+                                       first_request(),
+                                       asking_pwd(),
+                                       moving_to("ftp://server/pub/"),
+                                       asking_pwd()}));
 }
 
 INSTANTIATE_TEST_SUITE_P(modes, ftp_connect_tls,
                          testing::Values(tls_case{"none", "0"}, tls_case{"opportunistic", "1"},
                                          tls_case{"strict", "3"}),
-                         [](const auto& info) { return info.param.mode; });
+                         [](const auto& tested) { return tested.param.mode; });
 
-class ftp_connect_wrong_tls : public ftp_connect, public testing::WithParamInterface<const char*> {
-};
+class ftp_connect_wrong_tls : public ftp_connect,
+                              public testing::WithParamInterface<const char*> {};
 
 TEST_P(ftp_connect_wrong_tls, an_unknown_mode_raises_after_the_other_options_and_before_a_request)
 {
@@ -155,9 +154,11 @@ TEST_F(ftp_connect, active_mode_is_set_before_the_url)
 {
     recorder_.answer({done, folder_is("/"), done, folder_is("/")});
     connect_with({.connection_mode = "active"});
-    EXPECT_EQ(recorder_.take(),
-              steps({{"FTPPORT=-"}, beginning("ftp://server/pub/"), asking_pwd(),
-                     moving_to("ftp://server/pub/"), asking_pwd()}));
+    EXPECT_EQ(recorder_.take(), steps({{"FTPPORT=-"},
+                                       beginning("ftp://server/pub/"),
+                                       asking_pwd(),
+                                       moving_to("ftp://server/pub/"),
+                                       asking_pwd()}));
 }
 
 TEST_F(ftp_connect, any_other_connection_mode_leaves_passive_mode)
@@ -214,14 +215,9 @@ TEST_F(ftp_connect, a_refused_folder_falls_back_to_the_root_and_the_login_folder
                       folder_is("/home/u"), done, folder_is("/srv/pub")});
     EXPECT_EQ(connect_with({.url = "ftp://server:21/pub/x"}), "/srv/pub");
     EXPECT_EQ(recorder_.take(),
-              steps({beginning("ftp://server:21/pub/x/"),
-                     moving_to("ftp://server:21"),
-                     asking_pwd(),
-                     moving_to("ftp://server:21//home/u/"),
-                     asking_pwd(),
-                     asking_pwd(),
-                     moving_to("ftp://server:21/pub/x/"),
-                     asking_pwd()}));
+              steps({beginning("ftp://server:21/pub/x/"), moving_to("ftp://server:21"),
+                     asking_pwd(), moving_to("ftp://server:21//home/u/"), asking_pwd(),
+                     asking_pwd(), moving_to("ftp://server:21/pub/x/"), asking_pwd()}));
     EXPECT_EQ(warnings_, transcript{"TARNIX:io:ftp:ftp:CouldNotLoginToRemoteFolder()"});
 }
 
@@ -238,8 +234,7 @@ TEST_F(ftp_connect, a_root_that_refuses_the_login_is_a_bad_login_at_the_root_url
 {
     recorder_.answer({refused, {.code = CURLE_LOGIN_DENIED}});
     EXPECT_ERROR_ID(connect_with({}), id_of<ids::BadLogin>("ftp://server"));
-    EXPECT_EQ(recorder_.take(),
-              steps({beginning("ftp://server/pub/"), moving_to("ftp://server")}));
+    EXPECT_EQ(recorder_.take(), steps({beginning("ftp://server/pub/"), moving_to("ftp://server")}));
     EXPECT_EQ(warnings_, transcript{});
 }
 
@@ -292,8 +287,9 @@ TEST_F(ftp_connect, an_empty_handle_raises_before_anything_is_set)
 {
     const curl_ptr holder(std::move(handle_));
     recorder_.take_all();
-    EXPECT_ERROR_ID(connect_with({.connection_mode = "active", .tls_mode = "wrong", .use_proxy = true}),
-                    id_of<ids::InvalidCurlHandle>());
+    EXPECT_ERROR_ID(
+        connect_with({.connection_mode = "active", .tls_mode = "wrong", .use_proxy = true}),
+        id_of<ids::InvalidCurlHandle>());
     EXPECT_EQ(recorder_.take_all(), transcript{});
 }
 

@@ -13,9 +13,10 @@ namespace tarnix::test {
 class connecting_session : public testing::Test {
 protected:
     connecting_session()
-        : handler_before_(host::set_warning_handler([this](const resource_core::BaseMsgID& message) {
-              warnings_.push_back(to_text(message));
-          }))
+        : handler_before_(
+              host::set_warning_handler([this](const resource_core::BaseMsgID& message) {
+                  warnings_.push_back(to_text(message));
+              }))
     {
         recorder_.take_all();
     }

@@ -22,8 +22,8 @@ TEST_F(folder_options, is_folder_is_true_for_what_the_session_can_change_into)
 {
     recorder_.answer({{}, folder_is("/home/u/a b"), {}});
     EXPECT_TRUE(is_folder(handle_, "a b"));
-    EXPECT_EQ(recorder_.take(), steps({moving_to("ftp://server/home/u/a%20b/"), asking_pwd(),
-                                       moving_to(home)}));
+    EXPECT_EQ(recorder_.take(),
+              steps({moving_to("ftp://server/home/u/a%20b/"), asking_pwd(), moving_to(home)}));
 }
 
 TEST_F(folder_options, is_folder_asks_for_the_urls_without_traffic_before_it_moves)
@@ -88,8 +88,7 @@ TEST_F(folder_options, create_folder_sends_mkd_with_the_path_as_given_at_the_url
 TEST_F(folder_options, create_folder_of_an_absolute_path)
 {
     create_folder(handle_, "/srv/a%b/");
-    EXPECT_EQ(recorder_.take(),
-              commanding_at("ftp://server//srv/a%25b/", "[MKD /srv/a%b/]", home));
+    EXPECT_EQ(recorder_.take(), commanding_at("ftp://server//srv/a%25b/", "[MKD /srv/a%b/]", home));
 }
 
 TEST_F(folder_options, create_folder_succeeds_on_code_0_whatever_the_reply)
@@ -216,7 +215,8 @@ TEST_F(sftp_folder_options, sftp_create_folder_does_not_escape_quotes)
 TEST_F(sftp_folder_options, sftp_create_folder_refused_could_not_create_it_whatever_the_reply)
 {
     for (const auto reply : {0L, 550L, 226L}) {
-        recorder_.answer({folder_is("/"), folder_is("/"), {.code = CURLE_QUOTE_ERROR, .reply = reply}});
+        recorder_.answer(
+            {folder_is("/"), folder_is("/"), {.code = CURLE_QUOTE_ERROR, .reply = reply}});
         EXPECT_ERROR_ID(sftp_create_folder(handle_, "a b"), id_of<ids::CouldNotCreateFolder>("a b"))
             << reply;
     }
@@ -251,11 +251,14 @@ protected:
     void delete_with(CURLcode code, long reply, const std::string& text)
     {
         recorder_.answer({folder_is("/home/u"),
-                          {.code = code, .reply = reply, .during = [this, text] {
-                               const auto buffer = static_cast<char*>(
-                                   const_cast<void*>(recorder_.pointer_of(CURLOPT_ERRORBUFFER)));
-                               std::copy_n(text.c_str(), text.size() + 1, buffer);
-                           }},
+                          {.code = code,
+                           .reply = reply,
+                           .during =
+                               [this, text] {
+                                   const auto buffer = static_cast<char*>(const_cast<void*>(
+                                       recorder_.pointer_of(CURLOPT_ERRORBUFFER)));
+                                   std::copy_n(text.c_str(), text.size() + 1, buffer);
+                               }},
                           {}});
         sftp_delete_folder(handle_, "old data");
     }
@@ -274,12 +277,11 @@ TEST_F(sftp_delete_options, sends_rmdir_with_the_path_as_given)
     testing::internal::CaptureStderr();
     delete_with(CURLE_OK, 0, "");
     EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
-    EXPECT_EQ(recorder_.take(),
-              steps({asking_pwd(),
-                     {"ERRORBUFFER=set"},
-                     commanding_at("sftp://server/home/u/old%2520data/", "[rmdir \"old data\"]",
-                                   home),
-                     {"ERRORBUFFER=null"}}))
+    EXPECT_EQ(recorder_.take(), steps({asking_pwd(),
+                                       {"ERRORBUFFER=set"},
+                                       commanding_at("sftp://server/home/u/old%2520data/",
+                                                     "[rmdir \"old data\"]", home),
+                                       {"ERRORBUFFER=null"}}))
         << "the encoded name is encoded again in the URL";
 }
 

@@ -61,10 +61,10 @@ TEST_F(listing_options, the_code_and_the_contents_are_logged_at_level_4)
     recorder_.answer({{.code = CURLE_PARTIAL_FILE, .body = {"a\nb"}}, {.body = {"c\n"}}});
     list(handle_, "/pub");
     nlst(handle_, "");
-    EXPECT_EQ(log.lines(), (transcript{"4 Received code: 18 for list command: LIST /pub",
-                                       "4 Listing contents: a\nb",
-                                       "4 Received code: 0 for list command: NLST ",
-                                       "4 Listing contents: c\n"}));
+    EXPECT_EQ(
+        log.lines(),
+        (transcript{"4 Received code: 18 for list command: LIST /pub", "4 Listing contents: a\nb",
+                    "4 Received code: 0 for list command: NLST ", "4 Listing contents: c\n"}));
 }
 
 TEST_F(listing_options, dir_gives_one_name_for_each_line)

@@ -22,9 +22,8 @@ class proxy_options : public connecting_session {
 protected:
     proxy_options()
     {
-        foundation::cppmicroservices::getFramework()
-            ->GetBundleContext()
-            .RegisterService<ProxySelector>(selector_);
+        const auto framework = foundation::cppmicroservices::getFramework();
+        static_cast<void>(framework->GetBundleContext().RegisterService<ProxySelector>(selector_));
     }
 
     transcript configured(std::vector<Proxy> http, std::vector<Proxy> https)
@@ -65,10 +64,11 @@ TEST_F(proxy_options, port_0_is_not_set)
 
 TEST_F(proxy_options, credentials_are_set_user_name_first)
 {
-    EXPECT_EQ(configured({{"first", 8080, std::make_shared<fake_credentials>("me", "pass word")}}, {}),
-              steps({{"PROXY=first", "PROXY=first", "PROXYPORT=8080", "PROXYUSERNAME=me",
-                      "PROXYPASSWORD=pass word"},
-                     tunnel}));
+    EXPECT_EQ(
+        configured({{"first", 8080, std::make_shared<fake_credentials>("me", "pass word")}}, {}),
+        steps({{"PROXY=first", "PROXY=first", "PROXYPORT=8080", "PROXYUSERNAME=me",
+                "PROXYPASSWORD=pass word"},
+               tunnel}));
 }
 
 TEST_F(proxy_options, a_proxy_without_credentials_sets_neither_user_name_nor_password)
@@ -151,10 +151,9 @@ TEST_F(proxy_options, sftp_connect_with_keys_configures_the_proxy_after_the_key)
     connect_with_keys(handle_, "server", "user", 22, "", "key", "", true, "", "", true, true, 0, 0,
                       false);
     const auto calls = recorder_.take();
-    EXPECT_EQ(transcript(calls.begin(), calls.begin() + 5),
-              steps({{"SSH_AUTH_TYPES=1", "SSH_PRIVATE_KEYFILE=key"},
-                     tunnel,
-                     {"URL=sftp://server/~"}}));
+    EXPECT_EQ(
+        transcript(calls.begin(), calls.begin() + 5),
+        steps({{"SSH_AUTH_TYPES=1", "SSH_PRIVATE_KEYFILE=key"}, tunnel, {"URL=sftp://server/~"}}));
 }
 
 class no_proxy_selector : public connecting_session {};

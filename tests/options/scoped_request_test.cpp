@@ -54,8 +54,10 @@ TEST_F(scoped_request_options, an_option_set_twice_is_put_back_twice)
 TEST_F(scoped_request_options, setopt_and_seturl_return_the_same_scope)
 {
     scoped_request scope(handle_);
-    EXPECT_EQ(&static_cast<scoped_request&>(scope.setopt(CURLOPT_CRLF, 1L, 0)), &scope);
-    EXPECT_EQ(&static_cast<scoped_request&>(scope.seturl("ftp://server/pub/")), &scope);
+    const auto& after_option = scope.setopt(CURLOPT_CRLF, 1L, 0);
+    const auto& after_url = scope.seturl("ftp://server/pub/");
+    EXPECT_EQ(&after_option, &scope);
+    EXPECT_EQ(&after_url, &scope);
 }
 
 TEST_F(scoped_request_options, the_way_back_to_the_url_comes_after_all_options)
@@ -64,10 +66,9 @@ TEST_F(scoped_request_options, the_way_back_to_the_url_comes_after_all_options)
         .setopt(CURLOPT_CRLF, 1L, 0)
         .seturl("ftp://server//pub/")
         .setopt(CURLOPT_TRANSFERTEXT, 1L, 0);
-    EXPECT_EQ(recorder_.take(),
-              steps({{"CRLF=1", "URL=ftp://server//pub/", "TRANSFERTEXT=1", "TRANSFERTEXT=0",
-                      "CRLF=0"},
-                     moving_to(home)}));
+    EXPECT_EQ(recorder_.take(), steps({{"CRLF=1", "URL=ftp://server//pub/", "TRANSFERTEXT=1",
+                                        "TRANSFERTEXT=0", "CRLF=0"},
+                                       moving_to(home)}));
 }
 
 TEST_F(scoped_request_options, seturl_reads_the_url_before_it_sets_the_new_one)
@@ -91,9 +92,8 @@ TEST_F(scoped_request_options, the_url_that_libcurl_reports_is_kept_not_the_one_
 TEST_F(scoped_request_options, options_are_put_back_when_an_exception_leaves_the_scope)
 {
     try {
-        auto&& scope = scoped_request(handle_).setopt(CURLOPT_CRLF, 1L, 0).setopt(CURLOPT_UPLOAD,
-                                                                                  1L, 0);
-        static_cast<void>(scope);
+        scoped_request scope(handle_);
+        scope.setopt(CURLOPT_CRLF, 1L, 0).setopt(CURLOPT_UPLOAD, 1L, 0);
         throw 1;
     } catch (int) {
     }
@@ -136,7 +136,8 @@ TEST_F(scoped_request_options, request_header_of_a_failed_transfer_keeps_what_ar
 
 TEST_F(scoped_request_options, request_body_collects_the_whole_body_zero_bytes_included)
 {
-    recorder_.answer({{.reply = 226, .headers = {"150 go\r\n"}, .body = {"one", std::string(1, '\0'), "two"}}});
+    recorder_.answer(
+        {{.reply = 226, .headers = {"150 go\r\n"}, .body = {"one", std::string(1, '\0'), "two"}}});
     const auto [code, text] = scoped_request(handle_).request_body();
     EXPECT_EQ(code, CURLE_OK);
     EXPECT_EQ(text, std::string("one\0two", 7));
@@ -152,7 +153,8 @@ TEST_F(scoped_request_options, after_request_body_data_goes_to_standard_output_a
     EXPECT_EQ(recorder_.value_of(CURLOPT_WRITEFUNCTION), "null");
 }
 
-TEST_F(scoped_request_options, a_body_that_does_not_fit_into_memory_is_a_write_error_and_no_exception)
+TEST_F(scoped_request_options,
+       a_body_that_does_not_fit_into_memory_is_a_write_error_and_no_exception)
 {
     const auto more_than_any_text_holds = std::numeric_limits<std::size_t>::max() / 2 + 1;
     std::size_t taken = 1;
@@ -160,9 +162,9 @@ TEST_F(scoped_request_options, a_body_that_does_not_fit_into_memory_is_a_write_e
                            const auto collect =
                                recorder_.function_of<curl_write_callback>(CURLOPT_WRITEFUNCTION);
                            char data = 'x';
-                           taken = collect(&data, 1, more_than_any_text_holds,
-                                           const_cast<void*>(
-                                               recorder_.pointer_of(CURLOPT_WRITEDATA)));
+                           taken =
+                               collect(&data, 1, more_than_any_text_holds,
+                                       const_cast<void*>(recorder_.pointer_of(CURLOPT_WRITEDATA)));
                        }}});
     EXPECT_EQ(scoped_request(handle_).request_body().first, CURLE_WRITE_ERROR);
     EXPECT_EQ(taken, 0U);
@@ -171,12 +173,11 @@ TEST_F(scoped_request_options, a_body_that_does_not_fit_into_memory_is_a_write_e
 TEST_F(scoped_request_options, the_collector_appends_size_times_count_bytes)
 {
     recorder_.answer({{.during = [&] {
-        const auto collect =
-            recorder_.function_of<curl_write_callback>(CURLOPT_WRITEFUNCTION);
+        const auto collect = recorder_.function_of<curl_write_callback>(CURLOPT_WRITEFUNCTION);
         std::string data = "abcdef";
-        EXPECT_EQ(collect(data.data(), 2, 3,
-                          const_cast<void*>(recorder_.pointer_of(CURLOPT_WRITEDATA))),
-                  6U);
+        EXPECT_EQ(
+            collect(data.data(), 2, 3, const_cast<void*>(recorder_.pointer_of(CURLOPT_WRITEDATA))),
+            6U);
     }}});
     EXPECT_EQ(scoped_request(handle_).request_body().second, "abcdef");
 }
@@ -188,8 +189,7 @@ TEST_F(scoped_request_options, request_quoted_sends_at_the_url_without_a_body_an
         scoped_request(handle_).request_quoted("ftp://server/pub/", slist{"RNFR a b", "RNTO c"});
     EXPECT_EQ(code, CURLE_QUOTE_ERROR);
     EXPECT_EQ(reply, 550) << "the reply of the request, not of the move back";
-    EXPECT_EQ(recorder_.take(),
-              commanding_at("ftp://server/pub/", "[RNFR a b][RNTO c]", home));
+    EXPECT_EQ(recorder_.take(), commanding_at("ftp://server/pub/", "[RNFR a b][RNTO c]", home));
 }
 
 TEST_F(scoped_request_options, request_quoted_reads_the_reply_before_options_are_put_back)
@@ -204,8 +204,8 @@ TEST_F(scoped_request_options, request_quoted_reads_the_reply_before_options_are
 
 TEST_F(scoped_request_options, when_perform_raises_options_are_put_back_and_the_session_moves_back)
 {
-    recorder_.answer({{.during = [] { throw error<ids::InvalidCurlHandle>(
-                           id_of<ids::InvalidCurlHandle>()); }}});
+    recorder_.answer(
+        {{.during = [] { throw error<ids::InvalidCurlHandle>(id_of<ids::InvalidCurlHandle>()); }}});
     EXPECT_ERROR_ID(scoped_request(handle_).request_quoted("ftp://server/pub/", slist{"NOOP"}),
                     id_of<ids::InvalidCurlHandle>());
     EXPECT_EQ(recorder_.take(), commanding_at("ftp://server/pub/", "[NOOP]", home));
@@ -227,9 +227,8 @@ TEST_F(scoped_request_options, request_post_quoted_leaves_url_and_file_method_al
     recorder_.answer({{.code = CURLE_QUOTE_ERROR, .reply = 502}});
     EXPECT_EQ(scoped_request(handle_).request_post_quoted(slist{"SITE HELP"}),
               (std::pair<CURLcode, long>(CURLE_QUOTE_ERROR, 502)));
-    EXPECT_EQ(recorder_.take_all(),
-              (transcript{"NOBODY=1", "QUOTE=[SITE HELP]", "perform", "ask RESPONSE_CODE",
-                          "QUOTE=null", "NOBODY=0"}));
+    EXPECT_EQ(recorder_.take_all(), (transcript{"NOBODY=1", "QUOTE=[SITE HELP]", "perform",
+                                                "ask RESPONSE_CODE", "QUOTE=null", "NOBODY=0"}));
 }
 
 TEST_F(scoped_request_options, request_post_quoted_sends_ahead_of_the_request_and_never_after)

@@ -55,9 +55,8 @@ inline transcript collecting_body()
 /// Commands at the URL where the session is.
 inline transcript commanding(const std::string& commands)
 {
-    return steps({{"NOBODY=1", "QUOTE=" + commands},
-                  collecting_headers(),
-                  {"QUOTE=null", "NOBODY=0"}});
+    return steps(
+        {{"NOBODY=1", "QUOTE=" + commands}, collecting_headers(), {"QUOTE=null", "NOBODY=0"}});
 }
 
 inline transcript asking_pwd()

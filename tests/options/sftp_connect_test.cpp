@@ -20,17 +20,16 @@ protected:
     std::string connect_with(const settings& s)
     {
         return connect_helper(handle_, s.host, "user", 2222, s.use_proxy, s.starting_folder,
-                              "/etc/ca.pem", s.verify_peer, s.verify_host, 10, 30,
-                              s.start_at_root);
+                              "/etc/ca.pem", s.verify_peer, s.verify_host, 10, 30, s.start_at_root);
     }
 
     /// Up to the first request and with it.
     static transcript beginning(const std::string& url)
     {
-        return steps({{"URL=" + url, "USERNAME=user", "PORT=2222", "SSL_VERIFYHOST=1",
-                       "SSL_VERIFYPEER=1", "CAINFO=/etc/ca.pem", "LOW_SPEED_LIMIT=10",
-                       "LOW_SPEED_TIME=30", "DIRLISTONLY=1"},
-                      probing()});
+        return steps(
+            {{"URL=" + url, "USERNAME=user", "PORT=2222", "SSL_VERIFYHOST=1", "SSL_VERIFYPEER=1",
+              "CAINFO=/etc/ca.pem", "LOW_SPEED_LIMIT=10", "LOW_SPEED_TIME=30", "DIRLISTONLY=1"},
+             probing()});
     }
 
     static transcript checking(const std::string& url)
@@ -41,10 +40,7 @@ protected:
                       moving_to(url)});
     }
 
-    transcript home_warning() const
-    {
-        return {"TARNIX:io:ftp:ftp:CouldNotDetermineHomeFolder()"};
-    }
+    transcript home_warning() const { return {"TARNIX:io:ftp:ftp:CouldNotDetermineHomeFolder()"}; }
 };
 
 // No folder given
@@ -94,8 +90,7 @@ TEST_F(sftp_connect, a_root_that_cannot_be_reached_is_no_connection_at_the_base_
 {
     recorder_.answer({failed, {.code = CURLE_COULDNT_CONNECT}});
     EXPECT_ERROR_ID(connect_with({}), id_of<ids::NoConnection>("sftp://server", "2222"));
-    EXPECT_EQ(recorder_.take(),
-              steps({beginning("sftp://server/~"), moving_to("sftp://server")}));
+    EXPECT_EQ(recorder_.take(), steps({beginning("sftp://server/~"), moving_to("sftp://server")}));
     EXPECT_EQ(warnings_, transcript{});
 }
 
@@ -155,8 +150,8 @@ TEST_F(sftp_connect, a_check_that_finds_no_host_has_no_connection_to_the_startin
                       {.code = CURLE_COULDNT_RESOLVE_HOST}});
     EXPECT_ERROR_ID(connect_with({.starting_folder = "data"}),
                     id_of<ids::NoConnectionToStartingFolder>("server", "2222"));
-    EXPECT_EQ(recorder_.take(), steps({beginning("sftp://server/data/"),
-                                       checking("sftp://server/data/")}));
+    EXPECT_EQ(recorder_.take(),
+              steps({beginning("sftp://server/data/"), checking("sftp://server/data/")}));
 }
 
 TEST_F(sftp_connect, an_unreachable_server_ends_at_the_root_request)
@@ -201,20 +196,17 @@ TEST_F(sftp_connect, names_only_listings_stay_on_for_the_session)
 TEST_F(sftp_connect, each_request_and_the_result_are_logged_at_level_8)
 {
     const log_recorder log(getLogger(), 8);
-    recorder_.answer({{.code = CURLE_SSH},
-                      {.code = CURLE_REMOTE_FILE_NOT_FOUND},
-                      done,
-                      done,
-                      folder_is("/")});
+    recorder_.answer(
+        {{.code = CURLE_SSH}, {.code = CURLE_REMOTE_FILE_NOT_FOUND}, done, done, folder_is("/")});
     connect_with({.starting_folder = "data"});
-    EXPECT_EQ(log.lines(),
-              (transcript{
-                  "8 Response from first request to connect to home folder: 79",
-                  "8 unsafe_cd on path \"sftp://server/data/\" returned curl code: 0 and reply "
-                  "code: 0",
-                  "8 Response from request to connect to login folder: 78",
-                  "8 Response from second request to connect to root folder: 0",
-                  "8 Current working folder on SFTP server:  /"}));
+    EXPECT_EQ(
+        log.lines(),
+        (transcript{"8 Response from first request to connect to home folder: 79",
+                    "8 unsafe_cd on path \"sftp://server/data/\" returned curl code: 0 and reply "
+                    "code: 0",
+                    "8 Response from request to connect to login folder: 78",
+                    "8 Response from second request to connect to root folder: 0",
+                    "8 Current working folder on SFTP server:  /"}));
 }
 
 TEST_F(sftp_connect, a_pwd_that_fails_is_an_internal_error)
@@ -246,9 +238,9 @@ TEST_F(sftp_connect, with_a_password_offers_only_that)
     EXPECT_EQ(connect_with_password(handle_, "server", "user", 2222, "secret", false, "",
                                     "/etc/ca.pem", true, true, 10, 30, true),
               "/");
-    EXPECT_EQ(recorder_.take(), steps({{"SSH_AUTH_TYPES=2", "PASSWORD=secret"},
-                                       beginning("sftp://server"),
-                                       asking_pwd()}));
+    EXPECT_EQ(
+        recorder_.take(),
+        steps({{"SSH_AUTH_TYPES=2", "PASSWORD=secret"}, beginning("sftp://server"), asking_pwd()}));
 }
 
 TEST_F(sftp_connect, with_a_password_hands_every_parameter_on)

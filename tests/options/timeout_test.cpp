@@ -5,8 +5,7 @@
 namespace tarnix::test {
 namespace {
 
-class timeout_options : public scripted_session,
-                        public testing::WithParamInterface<long> {};
+class timeout_options : public scripted_session, public testing::WithParamInterface<long> {};
 
 TEST_P(timeout_options, transfer_timeout_hands_milliseconds_over_unscaled_and_for_good)
 {

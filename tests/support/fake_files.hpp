@@ -26,13 +26,13 @@ public:
     fake_files(const fake_files&) = delete;
     fake_files& operator=(const fake_files&) = delete;
 
-    std::string content;                   ///< read from, appended to
-    std::function<void()> before_open;     ///< may throw
-    std::function<void()> before_size;     ///< may throw
-    std::deque<io_result> read_results;    ///< for the coming reads, instead of the content
-    std::deque<io_result> write_results;   ///< for the coming writes, instead of taking the bytes
-    std::exception_ptr close_result;       ///< what closing answers
-    std::function<void()> on_close;        ///< runs while closing
+    std::string content;                 ///< read from, appended to
+    std::function<void()> before_open;   ///< may throw
+    std::function<void()> before_size;   ///< may throw
+    std::deque<io_result> read_results;  ///< for the coming reads, instead of the content
+    std::deque<io_result> write_results; ///< for the coming writes, instead of taking the bytes
+    std::exception_ptr close_result;     ///< what closing answers
+    std::function<void()> on_close;      ///< runs while closing
 
     std::vector<std::string> calls() const { return calls_; }
     /// Files handed out and not released yet, each copy counted.

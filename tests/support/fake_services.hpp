@@ -13,7 +13,8 @@
 namespace tarnix::test {
 
 /// Tells when the last holder lets it go.
-class fake_initializer : public foundation::httpclient_core::libcurlinitializer::LibCurlInitializer {
+class fake_initializer
+    : public foundation::httpclient_core::libcurlinitializer::LibCurlInitializer {
 public:
     explicit fake_initializer(std::function<void()> when_gone) : when_gone_(std::move(when_gone)) {}
     ~fake_initializer() override { when_gone_(); }

@@ -30,8 +30,7 @@ Function real(const char* name)
 
 CURLcode real_setopt(CURL* handle, CURLoption option, auto value)
 {
-    static const auto function =
-        real<CURLcode (*)(CURL*, CURLoption, ...)>("curl_easy_setopt");
+    static const auto function = real<CURLcode (*)(CURL*, CURLoption, ...)>("curl_easy_setopt");
     return function(handle, option, value);
 }
 
