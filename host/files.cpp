@@ -1,3 +1,4 @@
+#include <tarnix/host/standalone.hpp>
 #include <tarnix/io/common/file.hpp>
 #include <tarnix/io/common/file_errors.hpp>
 
@@ -27,8 +28,8 @@ public:
         if (is_open())
             ::close(descriptor_);
     }
-    open_file(const open_file&) = delete;
-    open_file& operator=(const open_file&) = delete;
+    open_file(open_file&& other) noexcept : descriptor_(other.release()) {}
+    open_file& operator=(open_file&&) = delete;
 
     bool is_open() const { return descriptor_ >= 0; }
     int descriptor() const { return descriptor_; }
@@ -50,6 +51,22 @@ std::system_error system_failure(int number)
 std::string reason(const std::system_error& failure)
 {
     return failure.code().message();
+}
+
+/// What a failure says of its reason.
+std::string reason_of(const std::exception_ptr& failure)
+{
+    try {
+        std::rethrow_exception(failure);
+    } catch (const std::system_error& error) {
+        return reason(error);
+    } catch (const foundation::core::except::IMsgIDException& error) {
+        return host::message_text(error.message_id());
+    } catch (const std::exception& error) {
+        return error.what();
+    } catch (...) {
+        return "unknown reason";
+    }
 }
 
 std::string native_path(const fl::ustring& path)
@@ -84,18 +101,30 @@ std::string native_path(const fl::ustring& path)
     }
 }
 
+[[noreturn]] void raise_open_failure(const fl::ustring& path, const std::exception_ptr& failure)
+{
+    try {
+        std::rethrow_exception(failure);
+    } catch (const std::system_error& error) {
+        raise_open_failure(path, error);
+    } catch (...) {
+        raise<errors::OpenFailed>(path, reason_of(failure));
+    }
+}
+
 /// Never waits: a pipe is opened without its other end, and looked at afterwards.
 std::shared_ptr<open_file> open(const fl::ustring& path, int flags)
 {
     const auto native = native_path(path);
     constexpr mode_t permissions = 0666; // less the user's mask
-    int descriptor = 0;
-    do
-        descriptor = ::open(native.c_str(), flags | O_NONBLOCK | O_NOCTTY | O_CLOEXEC, permissions);
-    while (descriptor < 0 && errno == EINTR);
-    if (descriptor < 0)
-        raise_open_failure(path, system_failure(errno));
-    return std::make_shared<open_file>(descriptor);
+    for (;;) {
+        open_file opened(
+            ::open(native.c_str(), flags | O_NONBLOCK | O_NOCTTY | O_CLOEXEC, permissions));
+        if (opened.is_open())
+            return std::make_shared<open_file>(std::move(opened));
+        if (errno != EINTR)
+            raise_open_failure(path, system_failure(errno));
+    }
 }
 
 struct stat attributes_of(const open_file& file, const fl::ustring& path)
@@ -121,20 +150,6 @@ int ready_descriptor(const File& file, long count)
     if (count < 0)
         throw system_failure(EINVAL);
     return file.handle->descriptor();
-}
-
-/// What a failure says of its reason.
-std::string reason_of(const std::exception_ptr& failure)
-{
-    try {
-        std::rethrow_exception(failure);
-    } catch (const std::system_error& error) {
-        return reason(error);
-    } catch (const std::exception& error) {
-        return error.what();
-    } catch (...) {
-        return "unknown reason";
-    }
 }
 
 } // namespace
@@ -212,17 +227,17 @@ void handle_exception(const std::exception_ptr& failure, File file, Operation op
 {
     if (!failure)
         return;
-    const auto why = reason_of(failure);
     switch (operation) {
-    case Operation::close:
-        raise<errors::CloseFailed>(file.path, why);
+    case Operation::open:
+        raise_open_failure(file.path, failure);
     case Operation::read:
-        raise<errors::ReadFailed>(file.path, why);
+        raise<errors::ReadFailed>(file.path, reason_of(failure));
     case Operation::write:
-        raise<errors::WriteFailed>(file.path, why);
-    default:
-        raise<errors::OpenFailed>(file.path, why);
+        raise<errors::WriteFailed>(file.path, reason_of(failure));
+    case Operation::close:
+        break;
     }
+    raise<errors::CloseFailed>(file.path, reason_of(failure));
 }
 
 } // namespace tarnix::io::common::file

@@ -54,6 +54,10 @@ struct basic_diagnostic_logger<CharT>::state {
         static_cast<void>(open(0));
     }
 
+    ~state() { core->remove_sink(no_output); }
+    state(const state&) = delete;
+    state& operator=(const state&) = delete;
+
     int current_depth() const
     {
         const auto* value = depth.get();

@@ -136,7 +136,7 @@ ProxyList parse_proxies(const std::vector<std::string>& answers)
 {
     std::vector<Proxy> proxies;
     for (const auto& answer : answers) {
-        if (answer.rfind("direct", 0) == 0)
+        if (answer == "direct" || answer == "direct://")
             break;
         append_proxy(proxies, answer);
     }

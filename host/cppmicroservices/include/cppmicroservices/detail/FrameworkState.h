@@ -51,15 +51,18 @@ public:
 
     void stop()
     {
-        std::shared_ptr<registry> services;
+        const auto closing = services();
+        if (!closing)
+            return;
+        // Without the lock: services may be destroyed here.
+        closing->close();
         {
             const std::lock_guard<std::mutex> lock(mutex_);
-            services.swap(services_);
-            if (services)
+            if (services_ == closing) {
+                services_.reset();
                 stage_ = stage::stopped;
+            }
         }
-        if (services)
-            services->close();
         stopped_.notify_all();
     }
 

@@ -1,0 +1,159 @@
+#include "commands.hpp"
+
+#include "local_files.hpp"
+#include "output.hpp"
+
+#include <algorithm>
+#include <array>
+#include <filesystem>
+#include <string_view>
+#include <vector>
+
+namespace tarnix::cli {
+
+namespace {
+
+using operands = std::vector<std::string>;
+
+std::string first_or(const operands& given, const std::string& otherwise)
+{
+    return given.empty() ? otherwise : given.front();
+}
+
+ftp::transfer_mode mode_of(const arguments& given)
+{
+    return given.text_mode ? ftp::transfer_mode::text : ftp::transfer_mode::binary;
+}
+
+exit_code print_folder(ftp::session& session, const arguments&)
+{
+    write_result(session.working_folder() + '\n');
+    return exit_code::ok;
+}
+
+exit_code list(ftp::session& session, const arguments& given)
+{
+    auto listing = session.list(first_or(given.operands, ""));
+    if (!listing.empty() && !listing.ends_with('\n'))
+        listing += '\n';
+    write_result(listing);
+    return exit_code::ok;
+}
+
+exit_code list_names(ftp::session& session, const arguments& given)
+{
+    std::string lines;
+    for (const auto& name : session.names(first_or(given.operands, "")))
+        lines += name + '\n';
+    write_result(lines);
+    return exit_code::ok;
+}
+
+exit_code make_folder(ftp::session& session, const arguments& given)
+{
+    session.make_folder(given.operands.front());
+    return exit_code::ok;
+}
+
+exit_code remove_folder(ftp::session& session, const arguments& given)
+{
+    session.remove_folder(given.operands.front());
+    return exit_code::ok;
+}
+
+exit_code upload(ftp::session& session, const arguments& given)
+{
+    const std::filesystem::path local = given.operands.front();
+    // Found out before anything is asked of the server.
+    check_readable(local);
+    const auto name = local.filename().string();
+    if (name.empty())
+        throw local_file_error("\"" + local.string() + "\" names no file");
+    std::string remote = name;
+    if (given.operands.size() > 1) {
+        remote = given.operands.back();
+        if (remote.ends_with('/'))
+            remote += name;
+        else if (session.is_folder(remote))
+            remote += '/' + name;
+    }
+    session.upload(local, remote, mode_of(given));
+    return exit_code::ok;
+}
+
+exit_code download(ftp::session& session, const arguments& given)
+{
+    const auto& remote = given.operands.front();
+    const auto name = remote.substr(remote.rfind('/') + 1);
+    if (name.empty() || name == "." || name == "..")
+        throw usage_error("get: \"" + remote + "\" names no file");
+    const std::filesystem::path wanted = given.operands.size() > 1 ? given.operands.back() : name;
+    pending_file file(local_target(wanted, name));
+    session.download(remote, file.path(), mode_of(given));
+    file.commit();
+    return exit_code::ok;
+}
+
+exit_code exists(ftp::session& session, const arguments& given)
+{
+    const auto found = session.exists(given.operands.front());
+    write_result(found ? "yes\n" : "no\n");
+    return found ? exit_code::ok : exit_code::no;
+}
+
+struct command {
+    std::string_view name;
+    std::size_t least_operands;
+    std::size_t most_operands;
+    exit_code (*run)(ftp::session&, const arguments&);
+    std::string_view usage;
+    std::string_view meaning;
+};
+
+constexpr std::array<command, 8> commands{{
+    {"pwd", 0, 0, &print_folder, "pwd", "print the folder that the session starts in"},
+    {"ls", 0, 1, &list, "ls [FOLDER]", "print the server's long listing"},
+    {"names", 0, 1, &list_names, "names [FOLDER]", "print the names in a folder, one on a line"},
+    {"mkdir", 1, 1, &make_folder, "mkdir FOLDER", "make a folder"},
+    {"rmdir", 1, 1, &remove_folder, "rmdir FOLDER", "remove an empty folder"},
+    {"put", 1, 2, &upload, "put LOCAL [REMOTE]", "store a file, also into a folder REMOTE"},
+    {"get", 1, 2, &download, "get REMOTE [LOCAL]", "fetch a file, also into a folder LOCAL"},
+    {"exists", 1, 1, &exists, "exists PATH", "print whether there is a file or folder"},
+}};
+
+const command& find_command(const std::string& name)
+{
+    const auto* found = std::find_if(commands.begin(), commands.end(),
+                                     [&](const command& one) { return one.name == name; });
+    if (found == commands.end())
+        throw usage_error("there is no command \"" + name + "\"; see --help");
+    return *found;
+}
+
+} // namespace
+
+void check_command(const std::string& name, std::size_t operand_count)
+{
+    const auto& found = find_command(name);
+    if (operand_count < found.least_operands || operand_count > found.most_operands)
+        throw usage_error("usage: tarnix-ftp [OPTIONS] URL " + std::string(found.usage));
+}
+
+exit_code run_command(ftp::session& session, const arguments& given)
+{
+    return find_command(given.command).run(session, given);
+}
+
+std::string command_help()
+{
+    constexpr std::size_t column = 22;
+    std::string text = "Commands:\n";
+    for (const auto& one : commands) {
+        std::string line = "  " + std::string(one.usage);
+        line.resize(std::max(line.size() + 1, column), ' ');
+        text += line + std::string(one.meaning) + '\n';
+    }
+    return text;
+}
+
+} // namespace tarnix::cli

@@ -1,0 +1,42 @@
+#pragma once
+
+#include <filesystem>
+#include <stdexcept>
+
+namespace tarnix::cli {
+
+/// A file on this side that cannot be used; `what()` says which and why.
+class local_file_error : public std::runtime_error {
+public:
+    using std::runtime_error::runtime_error;
+};
+
+/// A file that is being made: under another name beside the final one until it is complete, so
+/// that the final name never shows a part of it.
+class pending_file {
+public:
+    /// Makes the empty file. Raises local_file_error, also when `target` is there and is no regular
+    /// file, or may not be written. A link is followed.
+    explicit pending_file(const std::filesystem::path& target);
+    /// Removes the file unless it was committed.
+    ~pending_file();
+    pending_file(const pending_file&) = delete;
+    pending_file& operator=(const pending_file&) = delete;
+
+    const std::filesystem::path& path() const { return pending_; }
+
+    /// Gives it the final name, in place of the file that had it.
+    void commit();
+
+private:
+    std::filesystem::path target_;
+    std::filesystem::path pending_;
+};
+
+/// The name to store `name` under, when `target` is a folder or ends in "/": a file in it.
+std::filesystem::path local_target(const std::filesystem::path& target, const std::string& name);
+
+/// Raises local_file_error unless the file can be read.
+void check_readable(const std::filesystem::path& file);
+
+} // namespace tarnix::cli

@@ -1,0 +1,165 @@
+#include "connection.hpp"
+
+#include "paths.hpp"
+#include "replies.hpp"
+#include "requests.hpp"
+
+#include <tarnix/ftp/errors.hpp>
+
+#include <array>
+
+namespace tarnix::ftp {
+
+namespace core = tarnix::io::ftp::core;
+
+namespace {
+
+std::size_t discard(char*, std::size_t size, std::size_t count, void*) noexcept
+{
+    return size * count;
+}
+
+void set_text(core::curl_ptr& handle, CURLoption option, const std::string& text)
+{
+    core::set_option(handle, option, text.c_str());
+}
+
+curl_usessl tls_level(const std::string& tls)
+{
+    if (tls == "strict")
+        return CURLUSESSL_ALL;
+    return tls == "opportunistic" ? CURLUSESSL_TRY : CURLUSESSL_NONE;
+}
+
+} // namespace
+
+connection::connection(const settings& wanted)
+    : watch_(wanted.options.reply_timeout, wanted.options.cancelled)
+{
+    set_options(wanted);
+    log_in(wanted);
+    login_folder_ = absolute_path("/", undouble_quotes(connect_core(wanted)));
+}
+
+/// What the library's connect has no parameter for, and what the first request needs: the same
+/// values as connect sets, so that it finds that request's connection fit for reuse.
+void connection::set_options(const settings& wanted)
+{
+    const auto& options = wanted.options;
+    // Without this libcurl takes a proxy from the environment, which sees FTP in clear text.
+    set_text(handle_, CURLOPT_PROXY, "");
+    if (options.use_proxy)
+        core::configure_proxy(handle_);
+    core::connection_timeout(handle_, static_cast<long>(options.connect_timeout.count()));
+    core::transfer_timeout(handle_, static_cast<long>(options.transfer_timeout.count()));
+    core::set_option(handle_, CURLOPT_SERVER_RESPONSE_TIMEOUT, options.reply_timeout.count());
+    watch_.observe(handle_);
+
+    set_text(handle_, CURLOPT_USERNAME, wanted.user);
+    core::set_option(handle_, CURLOPT_PORT, wanted.port);
+    core::set_option(handle_, CURLOPT_SSL_VERIFYHOST, options.verify_host);
+    core::set_option(handle_, CURLOPT_SSL_VERIFYPEER, options.verify_peer);
+    set_text(handle_, CURLOPT_CAINFO, wanted.ca_file);
+    if (!options.ca_file.empty())
+        core::set_option(handle_, CURLOPT_CAPATH, static_cast<const void*>(nullptr));
+    if (wanted.is_sftp())
+        verify_host_key(wanted);
+    else
+        core::set_option(handle_, CURLOPT_USE_SSL, tls_level(wanted.tls));
+    if (wanted.with_key) {
+        core::set_option(handle_, CURLOPT_SSH_AUTH_TYPES, CURLSSH_AUTH_PUBLICKEY);
+        set_text(handle_, CURLOPT_SSH_PRIVATE_KEYFILE, options.private_key_file);
+        if (!options.public_key_file.empty())
+            set_text(handle_, CURLOPT_SSH_PUBLIC_KEYFILE, options.public_key_file);
+        if (!options.passphrase.empty())
+            set_text(handle_, CURLOPT_KEYPASSWD, options.passphrase);
+    } else {
+        core::set_option(handle_, CURLOPT_SSH_AUTH_TYPES, CURLSSH_AUTH_PASSWORD);
+        set_text(handle_, CURLOPT_PASSWORD, wanted.password);
+    }
+}
+
+/// libcurl checks an SSH server's key only when it is given something to check it with.
+void connection::verify_host_key(const settings& wanted)
+{
+    if (!wanted.options.verify_host_key)
+        return;
+    if (!wanted.fingerprint.empty()) {
+        set_text(handle_, CURLOPT_SSH_HOST_PUBLIC_KEY_SHA256, wanted.fingerprint);
+        return;
+    }
+    set_text(handle_, CURLOPT_SSH_KNOWNHOSTS, wanted.options.known_hosts_file);
+    host_key_.observe(handle_);
+}
+
+/// The first request is made here and not by the library's connect, which reports no reason and
+/// tries a wrong password more than once.
+void connection::log_in(const settings& wanted)
+{
+    std::array<char, CURL_ERROR_SIZE> error{};
+    replies server;
+    set_text(handle_, CURLOPT_URL, wanted.server_url() + '/');
+    const auto code = core::scoped_request(handle_)
+                          .setopt(CURLOPT_ERRORBUFFER, error.data(), nullptr)
+                          .setopt(CURLOPT_HEADERDATA, &server, nullptr)
+                          .setopt(CURLOPT_HEADERFUNCTION, &replies::collect, nullptr)
+                          .setopt(CURLOPT_WRITEFUNCTION, &discard, nullptr)
+                          .setopt(CURLOPT_NOBODY, 1, 0)
+                          .perform()
+                          .first;
+    if (code != CURLE_OK)
+        raise_failure(
+            wanted, code,
+            server.refusal().value_or(error.front() ? error.data() : curl_easy_strerror(code)));
+}
+
+void connection::raise_failure(const settings& wanted, CURLcode code, const std::string& text) const
+{
+    const auto server = wanted.host + " port " + std::to_string(wanted.port);
+    if (watch_.was_cancelled())
+        throw failure(failure_kind::cancelled, "cancelled while connecting to " + server);
+    if (watch_.has_stalled())
+        throw failure(failure_kind::connection, server + " does not answer");
+    if (host_key_.is_unknown())
+        throw failure(failure_kind::security, "the host key of " + server +
+                                                  " is not among the known ones in \"" +
+                                                  wanted.options.known_hosts_file + '"');
+    if (host_key_.is_other())
+        throw failure(failure_kind::security, "the host key of " + server +
+                                                  " is not the one in \"" +
+                                                  wanted.options.known_hosts_file +
+                                                  "\": another server may be posing as it");
+    if (code == CURLE_USE_SSL_FAILED)
+        throw failure(failure_kind::security, server + " offers no TLS");
+    const auto kind = kind_of(code);
+    if (kind == failure_kind::login)
+        throw failure(kind, server + " refuses the login of \"" + wanted.user + "\": " + text);
+    throw failure(kind, "cannot connect to " + server + ": " + text);
+}
+
+/// Over the connection that is there. Always to the login folder: the library's connect goes
+/// elsewhere, with no more than a warning, when a starting folder cannot be entered.
+std::string connection::connect_core(const settings& wanted)
+{
+    const auto& options = wanted.options;
+    const auto low_speed_time = static_cast<long>(options.low_speed_time.count());
+    if (!wanted.is_sftp())
+        return core::connect(handle_, wanted.server_url() + '/', wanted.user, wanted.password,
+                             wanted.port, options.active_mode ? "active" : "passive", wanted.tls,
+                             options.use_proxy, wanted.ca_file, options.verify_peer,
+                             options.verify_host, options.low_speed_limit, low_speed_time);
+    const std::string login_folder;
+    const auto start_at_root = false;
+    if (wanted.with_key)
+        return core::connect_with_keys(handle_, wanted.host, wanted.user, wanted.port,
+                                       options.public_key_file, options.private_key_file,
+                                       options.passphrase, options.use_proxy, login_folder,
+                                       wanted.ca_file, options.verify_peer, options.verify_host,
+                                       options.low_speed_limit, low_speed_time, start_at_root);
+    return core::connect_with_password(handle_, wanted.host, wanted.user, wanted.port,
+                                       wanted.password, options.use_proxy, login_folder,
+                                       wanted.ca_file, options.verify_peer, options.verify_host,
+                                       options.low_speed_limit, low_speed_time, start_at_root);
+}
+
+} // namespace tarnix::ftp

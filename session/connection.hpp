@@ -1,0 +1,39 @@
+#pragma once
+
+#include "host_key.hpp"
+#include "settings.hpp"
+#include "watch.hpp"
+
+#include <tarnix/io/ftp/core.hpp>
+
+#include <string>
+
+namespace tarnix::ftp {
+
+/// One logged-in handle with what must live as long as it.
+class connection {
+public:
+    /// Connects and logs in. Raises failures that say what went wrong.
+    explicit connection(const settings& wanted);
+
+    io::ftp::core::curl_ptr& handle() { return handle_; }
+    watch& watching() { return watch_; }
+
+    /// Absolute.
+    const std::string& login_folder() const { return login_folder_; }
+
+private:
+    void set_options(const settings& wanted);
+    void verify_host_key(const settings& wanted);
+    void log_in(const settings& wanted);
+    [[noreturn]] void raise_failure(const settings& wanted, CURLcode code,
+                                    const std::string& text) const;
+    std::string connect_core(const settings& wanted);
+
+    host_key_judge host_key_;
+    watch watch_;
+    io::ftp::core::curl_ptr handle_;
+    std::string login_folder_;
+};
+
+} // namespace tarnix::ftp

@@ -1,0 +1,91 @@
+#include "explanations.hpp"
+
+#include "paths.hpp"
+
+namespace tarnix::ftp {
+
+namespace {
+
+bool is_about_the_name(const std::string& refusal)
+{
+    return kind_of_refusal(refusal, failure_kind::not_found) == failure_kind::not_found;
+}
+
+/// For an operation that the server refused, or that nothing is known of.
+explanation refused(const replies& server)
+{
+    return {failure_kind::permission, server.refusal().value_or("the server refuses")};
+}
+
+explanation from_answer(const answer& given, const std::string& nothing_wrong)
+{
+    if (given.code == CURLE_OK || given.code == CURLE_WRITE_ERROR)
+        return {failure_kind::transfer, nothing_wrong};
+    return {kind_of(given.code), given.error};
+}
+
+/// A refusal that is not about the name needs no looking.
+std::optional<explanation> other_refusal(const replies& server)
+{
+    const auto& refusal = server.refusal();
+    if (!refusal || is_about_the_name(*refusal))
+        return std::nullopt;
+    return explanation{kind_of_refusal(*refusal, failure_kind::permission), *refusal};
+}
+
+const std::string broken_off = "the transfer broke off";
+
+} // namespace
+
+explanation explain_upload(remote_view& view, const std::string& path, const replies& server)
+{
+    if (const auto other = other_refusal(server))
+        return *other;
+    const auto parent = parent_folder(path);
+    if (!view.has_folder(parent))
+        return {failure_kind::not_found, "there is no folder \"" + parent + '"'};
+    if (view.has_folder(path))
+        return {failure_kind::conflict, "there is a folder of that name"};
+    if (view.is_sftp())
+        return from_answer(view.ask(view.url(path), question::append_nothing), broken_off);
+    return server.refusal() ? refused(server) : explanation{failure_kind::transfer, broken_off};
+}
+
+explanation explain_download(remote_view& view, const std::string& path, const replies& server)
+{
+    if (const auto other = other_refusal(server))
+        return *other;
+    if (!view.has(path))
+        return {failure_kind::not_found, "there is no such file"};
+    if (view.has_folder(path))
+        return {failure_kind::conflict, "it is a folder"};
+    const auto no_fault = broken_off + ", or the local file could not be written";
+    if (view.is_sftp())
+        return from_answer(view.ask(view.url(path), question::first_bytes), no_fault);
+    return server.refusal() ? refused(server) : explanation{failure_kind::transfer, no_fault};
+}
+
+explanation explain_new_folder(remote_view& view, const std::string& path, const replies& server)
+{
+    if (const auto other = other_refusal(server))
+        return *other;
+    if (view.has(path))
+        return {failure_kind::conflict, "it exists already"};
+    const auto parent = parent_folder(path);
+    if (!view.has_folder(parent))
+        return {failure_kind::not_found, "there is no folder \"" + parent + '"'};
+    return refused(server);
+}
+
+explanation explain_removal(remote_view& view, const std::string& path, const replies& server)
+{
+    if (const auto other = other_refusal(server))
+        return *other;
+    if (!view.has_folder(path))
+        return {failure_kind::not_found, "there is no such folder"};
+    if (!view.names(path, "cannot look at \"" + path + '"').empty())
+        return {failure_kind::conflict, "the folder is not empty"};
+    return refused(server);
+}
+
+} // namespace tarnix::ftp

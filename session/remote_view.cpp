@@ -1,0 +1,162 @@
+#include "remote_view.hpp"
+
+#include "paths.hpp"
+
+#include <algorithm>
+#include <utility>
+
+namespace tarnix::ftp {
+
+namespace core = tarnix::io::ftp::core;
+
+namespace {
+
+std::string looking_at(const std::string& path)
+{
+    return "cannot look at \"" + path + '"';
+}
+
+std::vector<std::string> names_in(const std::string& listing)
+{
+    std::vector<std::string> names;
+    for (auto line : core::parse_nlst_listing(listing)) {
+        if (line.ends_with('\r'))
+            line.remove_suffix(1);
+        if (!line.empty() && line != "." && line != "..")
+            names.emplace_back(line);
+    }
+    return names;
+}
+
+} // namespace
+
+remote_view::remote_view(connection& link, std::string server_url, bool is_sftp)
+    : link_(link), server_url_(std::move(server_url)), is_sftp_(is_sftp)
+{
+}
+
+std::string remote_view::url(const std::string& path)
+{
+    return core::make_absolute_url(link_.handle(), server_url_, path, false);
+}
+
+std::string remote_view::folder_url(const std::string& path)
+{
+    return core::add_trailing_slash(url(path));
+}
+
+answer remote_view::ask(const std::string& url, question what)
+{
+    return tarnix::ftp::ask(link_.handle(), url, what);
+}
+
+bool remote_view::has_folder(const std::string& path)
+{
+    // Over SFTP nothing but a listing makes libcurl look at a folder.
+    const auto given = ask(folder_url(path), is_sftp_ ? question::names : question::folder);
+    if (given.code == CURLE_OK)
+        return true;
+    const auto not_there = is_sftp_ ? CURLE_REMOTE_FILE_NOT_FOUND : CURLE_REMOTE_ACCESS_DENIED;
+    if (given.code == not_there)
+        return false;
+    // Only of a folder does an SFTP server say that it must not be listed.
+    if (given.code == CURLE_REMOTE_ACCESS_DENIED && has(path))
+        return true;
+    raise(looking_at(path), given);
+}
+
+bool remote_view::has(const std::string& path)
+{
+    if (!is_sftp_)
+        return has_file(path) || has_folder(path) || is_listed(path);
+    const auto given = ask(url(path), question::file);
+    if (given.has_time)
+        return true;
+    if (given.code == CURLE_OK || given.code == CURLE_REMOTE_FILE_NOT_FOUND)
+        return false;
+    raise(looking_at(path), given);
+}
+
+/// Over FTP, by the SIZE that libcurl sends. Some servers do not know it.
+bool remote_view::has_file(const std::string& path)
+{
+    if (path == "/")
+        return false;
+    const auto given = ask(url(path), question::file);
+    switch (given.code) {
+    case CURLE_OK:
+        return given.server.has_file_size();
+    case CURLE_REMOTE_FILE_NOT_FOUND:
+    case CURLE_REMOTE_ACCESS_DENIED: // the folder before it cannot be entered
+        return false;
+    default:
+        raise(looking_at(path), given);
+    }
+}
+
+/// Over FTP, for what the server neither tells a size of nor lets be entered.
+bool remote_view::is_listed(const std::string& path)
+{
+    const auto given = ask(folder_url(parent_folder(path)), question::names);
+    const auto names = names_in(given.body);
+    return std::find(names.begin(), names.end(), path.substr(path.rfind('/') + 1)) != names.end();
+}
+
+void remote_view::check_folder(const std::string& path, const std::string& what)
+{
+    const auto given = ask(folder_url(path), is_sftp_ ? question::names : question::folder);
+    if (given.code != CURLE_OK)
+        raise_for_folder(path, what, given);
+}
+
+std::string remote_view::fetch(const std::string& path, const std::string& what, question form)
+{
+    // The server is asked for the folder that it was led into: in a LIST command some servers read
+    // a name as a pattern.
+    auto given = ask(folder_url(path), form);
+    if (given.code != CURLE_OK)
+        raise_for_folder(path, what, given);
+    if (given.server.says_folder_unreadable())
+        raise(what, failure_kind::permission, "the server cannot read it");
+    return std::move(given.body);
+}
+
+std::string remote_view::listing(const std::string& path, const std::string& what)
+{
+    return fetch(path, what, question::long_listing);
+}
+
+std::vector<std::string> remote_view::names(const std::string& path, const std::string& what)
+{
+    return names_in(fetch(path, what, question::names));
+}
+
+/// FTP servers say 550 whether a folder is missing, no folder, or locked.
+void remote_view::raise_for_folder(const std::string& path, const std::string& what,
+                                   const answer& given)
+{
+    if (given.code != CURLE_REMOTE_ACCESS_DENIED || is_sftp_)
+        raise(what, given);
+    if (has_file(path))
+        raise(what, failure_kind::not_found, "it is not a folder");
+    const auto kind = is_listed(path) ? failure_kind::permission : failure_kind::not_found;
+    raise(what, kind, given.reason());
+}
+
+void remote_view::raise(const std::string& what, failure_kind kind, const std::string& reason) const
+{
+    if (link_.watching().was_cancelled())
+        throw failure(failure_kind::cancelled, what + ": cancelled");
+    if (link_.watching().has_stalled())
+        throw failure(failure_kind::connection, what + ": the server does not answer any more");
+    throw failure(kind, what + ": " + reason);
+}
+
+void remote_view::raise(const std::string& what, const answer& given) const
+{
+    if (const auto& refusal = given.server.refusal())
+        raise(what, kind_of_refusal(*refusal, failure_kind::not_found), *refusal);
+    raise(what, kind_of(given.code), given.error);
+}
+
+} // namespace tarnix::ftp

@@ -1,0 +1,45 @@
+#include "replies.hpp"
+
+#include <algorithm>
+#include <cctype>
+
+namespace tarnix::ftp {
+
+namespace {
+
+/// The last line of a reply: three digits and a blank.
+bool ends_reply(std::string_view line)
+{
+    return line.size() >= 4 && line[3] == ' ' &&
+           std::all_of(line.begin(), line.begin() + 3,
+                       [](unsigned char c) { return std::isdigit(c) != 0; });
+}
+
+} // namespace
+
+std::size_t replies::collect(char* data, std::size_t size, std::size_t count, void* self) noexcept
+{
+    try {
+        static_cast<replies*>(self)->add({data, size * count});
+    } catch (...) {
+        return 0;
+    }
+    return size * count;
+}
+
+void replies::add(std::string_view line)
+{
+    while (line.ends_with('\n') || line.ends_with('\r'))
+        line.remove_suffix(1);
+    if (!ends_reply(line))
+        return;
+    if (line.starts_with('4') || line.starts_with('5'))
+        refusal_ = line;
+    has_file_size_ = has_file_size_ || line.starts_with("213");
+    // vsftpd reports a folder that it may not read as a listing that went well.
+    folder_unreadable_ =
+        folder_unreadable_ || (line.starts_with("226") &&
+                               line.find("failed to open directory") != std::string_view::npos);
+}
+
+} // namespace tarnix::ftp

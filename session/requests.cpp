@@ -1,0 +1,120 @@
+#include "requests.hpp"
+
+#include <array>
+#include <cstdio>
+
+namespace tarnix::ftp {
+
+namespace core = tarnix::io::ftp::core;
+
+namespace {
+
+std::size_t collect_body(char* data, std::size_t size, std::size_t count, void* text) noexcept
+{
+    try {
+        static_cast<std::string*>(text)->append(data, size * count);
+    } catch (...) {
+        return 0;
+    }
+    return size * count;
+}
+
+std::size_t stop_at_first_bytes(char*, std::size_t, std::size_t, void*) noexcept
+{
+    return 0;
+}
+
+std::size_t give_nothing(char*, std::size_t, std::size_t, void*) noexcept
+{
+    return 0;
+}
+
+bool knows_time(core::curl_ptr& handle)
+{
+    curl_off_t time = -1;
+    curl_easy_getinfo(handle.get(), CURLINFO_FILETIME_T, &time);
+    return time != -1;
+}
+
+} // namespace
+
+answer ask(core::curl_ptr& handle, const std::string& url, question what)
+{
+    // An SFTP session keeps the names listing that its connect chose.
+    const auto usual_listing = url.starts_with("sftp://") ? 1 : 0;
+    const auto nothing_to_read = what == question::folder || what == question::file;
+    const auto upload = what == question::append_nothing;
+    answer result;
+    std::array<char, CURL_ERROR_SIZE> error{};
+    core::scoped_request request(handle);
+    // Without a write function of its own a request that has no body still prints to the standard
+    // output, or crashes after a download: that leaves an address there which is no stream.
+    request.seturl(url)
+        .setopt(CURLOPT_ERRORBUFFER, error.data(), nullptr)
+        .setopt(CURLOPT_HEADERDATA, &result.server, nullptr)
+        .setopt(CURLOPT_HEADERFUNCTION, &replies::collect, nullptr)
+        .setopt(CURLOPT_WRITEDATA, &result.body, stdout)
+        .setopt(CURLOPT_WRITEFUNCTION,
+                what == question::first_bytes ? &stop_at_first_bytes : &collect_body, nullptr)
+        .setopt(CURLOPT_DIRLISTONLY, what == question::names, usual_listing)
+        .setopt(CURLOPT_FILETIME, what == question::file && usual_listing == 1, 0)
+        .setopt(CURLOPT_NOBODY, nothing_to_read, 0);
+    if (upload)
+        request.setopt(CURLOPT_READFUNCTION, &give_nothing, &std::fread)
+            .setopt(CURLOPT_APPEND, 1, 0)
+            .setopt(CURLOPT_INFILESIZE_LARGE, 0, -1)
+            .setopt(CURLOPT_UPLOAD, 1, 0);
+    result.code = request.perform().first;
+    result.has_time = knows_time(handle);
+    if (result.code != CURLE_OK)
+        result.error = error.front() ? error.data() : curl_easy_strerror(result.code);
+    return result;
+}
+
+failure_kind kind_of(CURLcode code)
+{
+    switch (code) {
+    case CURLE_COULDNT_RESOLVE_PROXY:
+    case CURLE_COULDNT_RESOLVE_HOST:
+    case CURLE_COULDNT_CONNECT:
+    case CURLE_PROXY:
+    case CURLE_WEIRD_SERVER_REPLY:
+    case CURLE_OPERATION_TIMEDOUT:
+    case CURLE_SEND_ERROR:
+    case CURLE_RECV_ERROR:
+    case CURLE_GOT_NOTHING:
+        return failure_kind::connection;
+    case CURLE_SSL_CONNECT_ERROR:
+    case CURLE_SSL_CIPHER:
+    case CURLE_PEER_FAILED_VERIFICATION:
+    case CURLE_USE_SSL_FAILED:
+    case CURLE_SSL_CACERT_BADFILE:
+    case CURLE_SSL_ISSUER_ERROR:
+    case CURLE_SSL_INVALIDCERTSTATUS:
+        return failure_kind::security;
+    case CURLE_LOGIN_DENIED:
+        return failure_kind::login;
+    case CURLE_REMOTE_FILE_NOT_FOUND:
+        return failure_kind::not_found;
+    case CURLE_REMOTE_ACCESS_DENIED:
+        return failure_kind::permission;
+    default:
+        return failure_kind::transfer;
+    }
+}
+
+failure_kind kind_of_refusal(const std::string& reply, failure_kind file_unavailable)
+{
+    const auto code = reply.substr(0, 3);
+    if (code == "421")
+        return failure_kind::connection;
+    if (code == "530" || code == "532")
+        return failure_kind::permission;
+    if (code == "550" || code == "553")
+        return file_unavailable;
+    if (code == "522" || code == "533" || code == "534")
+        return failure_kind::security;
+    return failure_kind::transfer;
+}
+
+} // namespace tarnix::ftp

@@ -1,0 +1,43 @@
+#pragma once
+
+#include "replies.hpp"
+
+#include <tarnix/ftp/errors.hpp>
+#include <tarnix/io/ftp/core.hpp>
+
+#include <optional>
+#include <string>
+
+namespace tarnix::ftp {
+
+/// What a request of the session's own asks of the server.
+enum class question {
+    folder,       ///< FTP: can the folder of the URL be entered?
+    file,         ///< is there a file (FTP), is there anything (SFTP) of that name?
+    long_listing, ///< of the folder of the URL
+    names,
+    first_bytes,   ///< can the file be read? The connection is lost when it can.
+    append_nothing ///< can the file be written? It is created when it is not there.
+};
+
+struct answer {
+    CURLcode code = CURLE_OK;
+    std::string error; ///< libcurl's text, when there was a failure
+    std::string body;
+    replies server;
+    bool has_time = false; ///< SFTP: the server knows when the file was changed
+
+    /// The server's words where there are some, else libcurl's.
+    const std::string& reason() const { return server.refusal() ? *server.refusal() : error; }
+};
+
+/// Asks at `url`, and moves the session back: two requests. Raises nothing for a failure.
+answer ask(io::ftp::core::curl_ptr& handle, const std::string& url, question what);
+
+/// What a failed request is, from libcurl's code.
+failure_kind kind_of(CURLcode code);
+
+/// What a server's refusal is, from its reply; `file_unavailable` tells what 550 means here.
+failure_kind kind_of_refusal(const std::string& reply, failure_kind file_unavailable);
+
+} // namespace tarnix::ftp

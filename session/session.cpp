@@ -1,0 +1,223 @@
+#include "connection.hpp"
+#include "explanations.hpp"
+#include "paths.hpp"
+#include "settings.hpp"
+#include "text_checks.hpp"
+
+#include <tarnix/ftp/session.hpp>
+
+#include <fl/i18n/ustring_conversion.hpp>
+#include <foundation/core/except.hpp>
+
+#include <exception>
+#include <utility>
+
+namespace tarnix::ftp {
+
+namespace core = tarnix::io::ftp::core;
+
+struct session::state {
+    explicit state(const settings& wanted)
+        : link(wanted),
+          view(link, wanted.server_url(), wanted.is_sftp()),
+          folder(link.login_folder())
+    {
+    }
+
+    /// At the start of every operation: the absolute form of what the caller gave.
+    std::string begin(const std::string& path);
+    std::string begin_named(const std::string& path);
+    std::string begin_transfer(const std::string& remote, transfer_mode mode);
+
+    template <typename Operation, typename Explain>
+    void run(const std::string& what, Operation operation, Explain explain);
+
+    connection link;
+    remote_view view;
+    std::string folder;
+};
+
+namespace {
+
+std::string quoted(const std::string& path)
+{
+    return '"' + path + '"';
+}
+
+bool is_home(const std::string& path)
+{
+    return path == "~" || path.starts_with("~/") || path == "/~" || path.starts_with("/~/");
+}
+
+} // namespace
+
+std::string session::state::begin(const std::string& path)
+{
+    if (has_control_character(path))
+        throw invalid_input("a path on the server holds a control character");
+    link.watching().restart();
+    // libcurl expands these too, but not in commands.
+    if (view.is_sftp() && is_home(path))
+        return absolute_path(link.login_folder(), path.substr(path.find('~') + 1).insert(0, "."));
+    return absolute_path(folder, path);
+}
+
+/// For operations to which an empty path means nothing.
+std::string session::state::begin_named(const std::string& path)
+{
+    if (path.empty())
+        throw invalid_input("the path on the server is empty");
+    return begin(path);
+}
+
+std::string session::state::begin_transfer(const std::string& remote, transfer_mode mode)
+{
+    if (remote.ends_with('/'))
+        throw invalid_input("the path on the server names a folder, not a file");
+    // libcurl would put carriage returns into an upload and leave them in a download.
+    if (mode == transfer_mode::text && view.is_sftp())
+        throw invalid_input("SFTP knows no text mode");
+    return begin_named(remote);
+}
+
+/// Runs an operation of the library, and turns its identifier exception into a failure that says
+/// why, when the reason lies on the server's side.
+template <typename Operation, typename Explain>
+void session::state::run(const std::string& what, Operation operation, Explain explain)
+{
+    replies server;
+    try {
+        core::scoped_request recorded(link.handle());
+        recorded.setopt(CURLOPT_HEADERDATA, &server, nullptr)
+            .setopt(CURLOPT_HEADERFUNCTION, &replies::collect, nullptr);
+        operation(link.handle());
+    } catch (const foundation::core::except::IMsgIDException& error) {
+        const auto* standard = dynamic_cast<const std::exception*>(&error);
+        if (standard && kind_of(*standard) == failure_kind::local_file)
+            throw;
+        if (link.watching().was_cancelled())
+            std::throw_with_nested(failure(failure_kind::cancelled, what + ": cancelled"));
+        if (link.watching().has_stalled())
+            std::throw_with_nested(
+                failure(failure_kind::connection, what + ": the server does not answer any more"));
+        const auto found = explain(server);
+        std::throw_with_nested(failure(found.kind, what + ": " + found.reason));
+    }
+}
+
+session::session(const url& server, const session_options& options)
+{
+    const auto wanted = make_settings(server, options);
+    state_ = std::make_unique<state>(wanted);
+    if (!wanted.starting_folder.empty())
+        change_folder(wanted.starting_folder);
+}
+
+session::session(session&&) noexcept = default;
+session& session::operator=(session&&) noexcept = default;
+session::~session() = default;
+
+const std::string& session::working_folder() const
+{
+    return state_->folder;
+}
+
+void session::change_folder(const std::string& path)
+{
+    const auto target = state_->begin_named(path);
+    const auto what = "cannot enter the folder " + quoted(target);
+    // Over SFTP the library's cd believes every folder, and over FTP it does not say why.
+    state_->view.check_folder(target, what);
+    const auto url = state_->view.folder_url(target);
+    std::string name;
+    state_->run(
+        what, [&](core::curl_ptr& handle) { name = core::cd(handle, url); },
+        [](const replies& server) {
+            return explanation{failure_kind::not_found,
+                               server.refusal().value_or("the server does not let it be entered")};
+        });
+    state_->folder = state_->view.is_sftp() ? target : absolute_path("/", undouble_quotes(name));
+}
+
+std::string session::list(const std::string& path)
+{
+    const auto folder = state_->begin(path);
+    return state_->view.listing(folder, "cannot list " + quoted(folder));
+}
+
+std::vector<std::string> session::names(const std::string& path)
+{
+    const auto folder = state_->begin(path);
+    return state_->view.names(folder, "cannot list " + quoted(folder));
+}
+
+bool session::is_folder(const std::string& path)
+{
+    return state_->view.has_folder(state_->begin(path));
+}
+
+bool session::exists(const std::string& path)
+{
+    return state_->view.has(state_->begin(path));
+}
+
+void session::make_folder(const std::string& path)
+{
+    const auto folder = state_->begin_named(path);
+    state_->run(
+        "cannot make the folder " + quoted(folder),
+        [&](core::curl_ptr& handle) {
+            if (state_->view.is_sftp())
+                core::sftp_create_folder(handle, escape_quotes(folder));
+            else
+                core::create_folder(handle, folder);
+        },
+        [&](const replies& server) { return explain_new_folder(state_->view, folder, server); });
+}
+
+void session::remove_folder(const std::string& path)
+{
+    const auto folder = state_->begin_named(path);
+    const auto what = "cannot remove the folder " + quoted(folder);
+    auto& view = state_->view;
+    // Asked before, because the library prints libcurl's text when an SFTP server refuses.
+    if (view.is_sftp() && !view.names(folder, what).empty())
+        throw failure(failure_kind::conflict, what + ": it is not empty");
+    state_->run(
+        what,
+        [&](core::curl_ptr& handle) {
+            if (view.is_sftp())
+                core::sftp_delete_folder(handle, escape_quotes(folder));
+            else
+                core::delete_folder(handle, folder);
+        },
+        [&](const replies& server) { return explain_removal(view, folder, server); });
+}
+
+void session::upload(const std::filesystem::path& local, const std::string& remote,
+                     transfer_mode mode)
+{
+    const auto path = state_->begin_transfer(remote, mode);
+    state_->run(
+        "cannot store " + quoted(path),
+        [&](core::curl_ptr& handle) {
+            core::send_file(handle, local.u16string(), fl::i18n::utf8_to_ustring(path),
+                            mode == transfer_mode::text);
+        },
+        [&](const replies& server) { return explain_upload(state_->view, path, server); });
+}
+
+void session::download(const std::string& remote, const std::filesystem::path& local,
+                       transfer_mode mode)
+{
+    const auto path = state_->begin_transfer(remote, mode);
+    state_->run(
+        "cannot fetch " + quoted(path),
+        [&](core::curl_ptr& handle) {
+            core::receive_file(handle, fl::i18n::utf8_to_ustring(path), local.u16string(),
+                               mode == transfer_mode::text);
+        },
+        [&](const replies& server) { return explain_download(state_->view, path, server); });
+}
+
+} // namespace tarnix::ftp

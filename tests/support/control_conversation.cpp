@@ -1,0 +1,359 @@
+#include <support/control_conversation.hpp>
+
+#include <algorithm>
+#include <cctype>
+#include <cstdio>
+#include <map>
+
+namespace tarnix::test {
+
+namespace {
+
+std::string replaced(std::string text, const std::string& what, const std::string& by)
+{
+    for (auto at = text.find(what); at != std::string::npos; at = text.find(what, at + by.size()))
+        text.replace(at, what.size(), by);
+    return text;
+}
+
+/// With the quotes doubled, as the protocol wants them.
+std::string quoted(const std::string& path)
+{
+    return '"' + replaced(path, "\"", "\"\"") + '"';
+}
+
+} // namespace
+
+const std::string control_conversation::greeting = "(greeting)";
+
+std::string control_conversation::end_of(const std::string& word)
+{
+    return word + " (end)";
+}
+
+link_behaviour server_state::current_link()
+{
+    const std::lock_guard lock(link_mutex);
+    return link;
+}
+
+control_conversation::control_conversation(tcp_stream control, int number, server_state& server)
+    : control_(std::move(control)), number_(number), server_(server), folder_(server.login_folder)
+{
+}
+
+void control_conversation::run()
+{
+    control_.set_pacing(server_.current_link().control);
+    word_ = greeting;
+    answer();
+    for (int count = 1; open_ && read_command(); ++count) {
+        if (count == server_.current_link().commands)
+            return;
+        answer();
+    }
+}
+
+bool control_conversation::read_command()
+{
+    auto end = unread_.find('\n');
+    while (end == std::string::npos) {
+        const auto bytes = control_.read_some();
+        if (bytes.empty())
+            return false;
+        unread_ += bytes;
+        end = unread_.find('\n');
+    }
+    auto line = unread_.substr(0, end);
+    unread_.erase(0, end + 1);
+    if (line.ends_with('\r'))
+        line.pop_back();
+    server_.received.add_command(number_, line);
+    const auto blank = line.find(' ');
+    word_ = line.substr(0, blank);
+    std::transform(word_.begin(), word_.end(), word_.begin(),
+                   [](unsigned char c) { return static_cast<char>(std::toupper(c)); });
+    argument_ = blank == std::string::npos ? "" : line.substr(blank + 1);
+    return true;
+}
+
+void control_conversation::answer()
+{
+    const auto scripted = server_.script.next(word_);
+    if (scripted.instead)
+        control_.write(*scripted.instead);
+    else if (word_ == greeting)
+        reply(220, "Ready.");
+    else
+        (this->*action_for(word_))();
+    control_.write(scripted.afterwards);
+    if (scripted.close)
+        open_ = false;
+}
+
+control_conversation::action control_conversation::action_for(const std::string& word)
+{
+    using self = control_conversation;
+    static const std::map<std::string, action> actions{
+        {"USER", &self::user},         {"PASS", &self::pass},
+        {"PWD", &self::pwd},           {"CWD", &self::cwd},
+        {"CDUP", &self::cdup},         {"TYPE", &self::type},
+        {"SIZE", &self::size},         {"MDTM", &self::modification_time},
+        {"SYST", &self::system_type},  {"FEAT", &self::features},
+        {"AUTH", &self::auth},         {"NOOP", &self::noop},
+        {"QUIT", &self::quit},         {"MKD", &self::make_folder},
+        {"RMD", &self::remove_folder}, {"DELE", &self::delete_file},
+        {"RNFR", &self::rename_from},  {"RNTO", &self::rename_to},
+        {"EPSV", &self::epsv},         {"PASV", &self::pasv},
+        {"EPRT", &self::eprt},         {"PORT", &self::port},
+        {"LIST", &self::list},         {"NLST", &self::name_list},
+        {"RETR", &self::retrieve},     {"STOR", &self::store},
+    };
+    const auto found = actions.find(word);
+    return found == actions.end() ? &self::unknown : found->second;
+}
+
+void control_conversation::reply(int code, const std::string& text)
+{
+    control_.write(reply_line(code, text));
+}
+
+void control_conversation::reply_if(bool done, int code, const std::string& text)
+{
+    if (done)
+        reply(code, text);
+    else
+        reply(550, "Refused.");
+}
+
+std::string control_conversation::target() const
+{
+    return file_tree::resolve(folder_, argument_);
+}
+
+void control_conversation::user()
+{
+    reply(331, "Password, please.");
+}
+
+void control_conversation::pass()
+{
+    reply(230, "Logged in.");
+}
+
+void control_conversation::pwd()
+{
+    reply(257, quoted(folder_) + " is the working folder.");
+}
+
+void control_conversation::cwd()
+{
+    const bool exists = server_.tree.is_folder(target());
+    if (exists)
+        folder_ = target();
+    reply_if(exists, 250, "Moved.");
+}
+
+void control_conversation::cdup()
+{
+    folder_ = file_tree::resolve(folder_, "..");
+    reply(250, "Moved.");
+}
+
+void control_conversation::type()
+{
+    is_text_ = argument_.starts_with('A');
+    reply(200, "Type set.");
+}
+
+void control_conversation::size()
+{
+    const auto content = server_.tree.read(target());
+    reply_if(content.has_value(), 213, std::to_string(content ? content->size() : 0));
+}
+
+void control_conversation::modification_time()
+{
+    reply_if(server_.tree.is_file(target()), 213, "20200102030405");
+}
+
+void control_conversation::system_type()
+{
+    reply(215, "UNIX Type: L8");
+}
+
+void control_conversation::features()
+{
+    control_.write("211-Features:\r\n EPSV\r\n EPRT\r\n SIZE\r\n MDTM\r\n UTF8\r\n211 End\r\n");
+}
+
+void control_conversation::auth()
+{
+    reply(500, "No TLS here.");
+}
+
+void control_conversation::noop()
+{
+    reply(200, "Done nothing.");
+}
+
+void control_conversation::quit()
+{
+    reply(221, "Goodbye.");
+    open_ = false;
+}
+
+void control_conversation::make_folder()
+{
+    reply_if(server_.tree.make_folder(target()), 257, quoted(target()) + " created.");
+}
+
+void control_conversation::remove_folder()
+{
+    reply_if(server_.tree.remove_folder(target()), 250, "Removed.");
+}
+
+void control_conversation::delete_file()
+{
+    reply_if(server_.tree.remove_file(target()), 250, "Deleted.");
+}
+
+void control_conversation::rename_from()
+{
+    rename_source_ = target();
+    reply_if(server_.tree.is_file(target()) || server_.tree.is_folder(target()), 350, "To what?");
+}
+
+void control_conversation::rename_to()
+{
+    reply_if(server_.tree.rename(rename_source_, target()), 250, "Renamed.");
+}
+
+void control_conversation::epsv()
+{
+    data_ = data_connection::passive(server_.stop);
+    reply(229, "Connect to me (|||" + std::to_string(data_->port()) + "|)");
+}
+
+void control_conversation::pasv()
+{
+    data_ = data_connection::passive(server_.stop);
+    reply(227, "Connect to me (127,0,0,1," + std::to_string(data_->port() / 256) + ',' +
+                   std::to_string(data_->port() % 256) + ')');
+}
+
+void control_conversation::eprt()
+{
+    int client_port = 0;
+    if (std::sscanf(argument_.c_str(), "|1|127.0.0.1|%d|", &client_port) != 1)
+        return reply(522, "Only 127.0.0.1.");
+    data_ = data_connection::active(static_cast<unsigned short>(client_port), server_.stop);
+    reply(200, "I shall connect.");
+}
+
+void control_conversation::port()
+{
+    int high = 0;
+    int low = 0;
+    if (std::sscanf(argument_.c_str(), "127,0,0,1,%d,%d", &high, &low) != 2)
+        return reply(501, "Only 127.0.0.1.");
+    data_ = data_connection::active(static_cast<unsigned short>(high * 256 + low), server_.stop);
+    reply(200, "I shall connect.");
+}
+
+std::vector<std::string> control_conversation::names_to_list(bool& exists) const
+{
+    exists = true;
+    if (server_.tree.is_folder(target()))
+        return server_.tree.names(target());
+    exists = server_.tree.is_file(target());
+    return {argument_};
+}
+
+void control_conversation::list()
+{
+    bool exists = false;
+    std::vector<std::string> lines;
+    for (const auto& name : names_to_list(exists)) {
+        const auto content = server_.tree.read(file_tree::resolve(target(), name));
+        lines.push_back((content ? "-rw-r--r-- 1 u u " + std::to_string(content->size())
+                                 : std::string("drwxr-xr-x 2 u u 4096")) +
+                        " Jan 02 2020 " + name);
+    }
+    send_listing(exists, lines);
+}
+
+void control_conversation::name_list()
+{
+    bool exists = false;
+    const auto names = names_to_list(exists);
+    send_listing(exists, names);
+}
+
+void control_conversation::send_listing(bool exists, const std::vector<std::string>& lines)
+{
+    if (!exists)
+        return reply(550, "No such file or folder.");
+    std::string text;
+    for (const auto& line : lines)
+        text += line + "\r\n";
+    send_data(text);
+}
+
+void control_conversation::retrieve()
+{
+    const auto content = server_.tree.read(target());
+    if (!content)
+        return reply(550, "No such file.");
+    send_data(is_text_ ? replaced(*content, "\n", "\r\n") : *content);
+}
+
+void control_conversation::store()
+{
+    run_transfer([this] {
+        const auto bytes = data_->receive();
+        server_.received.add_data(bytes);
+        return server_.tree.write(target(), is_text_ ? replaced(bytes, "\r\n", "\n") : bytes);
+    });
+}
+
+void control_conversation::send_data(const std::string& bytes)
+{
+    run_transfer([&] {
+        data_->send(bytes, server_.current_link().data);
+        return true;
+    });
+}
+
+template <typename Transfer>
+void control_conversation::run_transfer(Transfer transfer)
+{
+    if (!data_)
+        return reply(425, "Which data connection?");
+    reply(150, "Here we go.");
+    bool complete = false;
+    bool accepted = false;
+    try {
+        accepted = transfer();
+        complete = true;
+    } catch (const disconnected&) {
+        // The data connection broke; the control connection may well live on.
+    }
+    data_.reset();
+    const auto scripted = server_.script.next(end_of(word_));
+    if (scripted.instead)
+        control_.write(*scripted.instead);
+    else if (!complete)
+        reply(426, "The data connection broke.");
+    else
+        reply_if(accepted, 226, "Transfer complete.");
+    control_.write(scripted.afterwards);
+    open_ = open_ && !scripted.close;
+}
+
+void control_conversation::unknown()
+{
+    reply(500, "Unknown command.");
+}
+
+} // namespace tarnix::test

@@ -1,0 +1,114 @@
+#pragma once
+
+#include <support/data_connection.hpp>
+#include <support/file_tree.hpp>
+#include <support/loopback_socket.hpp>
+#include <support/reply_script.hpp>
+#include <support/transcript.hpp>
+
+#include <mutex>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace tarnix::test {
+
+/// How the connections of a server carry their bytes.
+struct link_behaviour {
+    pacing control;
+    pacing data;
+    /// Commands after which each control connection is dropped, the last one unanswered.
+    std::optional<int> commands;
+};
+
+/// What the conversations of one server share; it outlives them.
+struct server_state {
+    explicit server_state(const std::string& folder) : login_folder(folder)
+    {
+        tree.add_folder(folder);
+    }
+
+    const std::string login_folder;
+    stop_signal stop;
+    file_tree tree;
+    reply_script script;
+    transcript received;
+    std::mutex link_mutex;
+    link_behaviour link;
+
+    link_behaviour current_link();
+};
+
+/// One FTP control connection, from the greeting to its end.
+class control_conversation {
+public:
+    /// The words under which the greeting and the reply after a transfer are scripted.
+    static const std::string greeting;
+    static std::string end_of(const std::string& word);
+
+    control_conversation(tcp_stream control, int number, server_state& server);
+
+    /// Returns when either side has closed; raises `disconnected` when that was no clean end.
+    void run();
+
+private:
+    using action = void (control_conversation::*)();
+
+    static action action_for(const std::string& word);
+
+    bool read_command();
+    void answer();
+    void reply(int code, const std::string& text);
+    void reply_if(bool done, int code, const std::string& text);
+    /// The path that the argument names.
+    std::string target() const;
+
+    void user();
+    void pass();
+    void pwd();
+    void cwd();
+    void cdup();
+    void type();
+    void size();
+    void modification_time();
+    void system_type();
+    void features();
+    void auth();
+    void noop();
+    void quit();
+    void make_folder();
+    void remove_folder();
+    void delete_file();
+    void rename_from();
+    void rename_to();
+    void epsv();
+    void pasv();
+    void eprt();
+    void port();
+    void list();
+    void name_list();
+    void retrieve();
+    void store();
+    void unknown();
+
+    std::vector<std::string> names_to_list(bool& exists) const;
+    void send_listing(bool exists, const std::vector<std::string>& lines);
+    void send_data(const std::string& bytes);
+    /// Announces a transfer, runs it and reports how it ended.
+    template <typename Transfer>
+    void run_transfer(Transfer transfer);
+
+    tcp_stream control_;
+    int number_;
+    server_state& server_;
+    std::string unread_;
+    std::string word_;
+    std::string argument_;
+    std::string folder_;
+    std::string rename_source_;
+    bool is_text_ = false;
+    bool open_ = true;
+    std::optional<data_connection> data_;
+};
+
+} // namespace tarnix::test

@@ -1,0 +1,225 @@
+#include <support/loopback_socket.hpp>
+
+#include <arpa/inet.h>
+#include <fcntl.h>
+#include <netinet/in.h>
+#include <poll.h>
+#include <sys/eventfd.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <cstdint>
+#include <initializer_list>
+#include <system_error>
+#include <vector>
+
+namespace tarnix::test {
+
+namespace {
+
+constexpr int longest_wait_ms = 600'000;
+
+int checked(int result, const char* what)
+{
+    if (result < 0)
+        throw std::system_error(errno, std::generic_category(), what);
+    return result;
+}
+
+pollfd waiting_for(int number, short events)
+{
+    return {number, events, 0};
+}
+
+/// Waits for any of `wanted`, whose `revents` then tell which.
+void wait(std::vector<pollfd>& wanted, const stop_signal& stop)
+{
+    wanted.push_back(waiting_for(stop.readable_when_raised(), POLLIN));
+    const auto ready = poll(wanted.data(), wanted.size(), longest_wait_ms);
+    if (ready == 0)
+        throw disconnected("nothing happened for too long");
+    if (ready < 0 && errno != EINTR)
+        throw std::system_error(errno, std::generic_category(), "poll");
+    if (wanted.back().revents != 0)
+        throw disconnected("the server is being stopped");
+    wanted.pop_back();
+}
+
+void wait_for(int number, short events, const stop_signal& stop)
+{
+    std::vector<pollfd> wanted{waiting_for(number, events)};
+    do {
+        wait(wanted, stop);
+    } while (wanted.front().revents == 0);
+}
+
+/// A pause between two pieces; a stop ends it early.
+void pause(std::chrono::milliseconds time, const stop_signal& stop)
+{
+    auto stopped = waiting_for(stop.readable_when_raised(), POLLIN);
+    if (poll(&stopped, 1, static_cast<int>(time.count())) > 0)
+        throw disconnected("the server is being stopped");
+}
+
+sockaddr_in loopback(unsigned short port)
+{
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_port = htons(port);
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    return address;
+}
+
+// The socket functions take every address family through one pointer type.
+const sockaddr* generic(const sockaddr_in& address)
+{
+    return reinterpret_cast<const sockaddr*>(&address);
+}
+
+descriptor new_socket()
+{
+    return descriptor(
+        checked(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0), "socket"));
+}
+
+bool would_block()
+{
+    return errno == EAGAIN || errno == EWOULDBLOCK || errno == EINTR;
+}
+
+} // namespace
+
+descriptor& descriptor::operator=(descriptor&& other) noexcept
+{
+    std::swap(number_, other.number_);
+    return *this;
+}
+
+descriptor::~descriptor()
+{
+    if (number_ >= 0)
+        ::close(number_);
+}
+
+stop_signal::stop_signal() : event_(checked(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK), "eventfd")) {}
+
+void stop_signal::raise()
+{
+    checked(eventfd_write(event_.number(), 1), "eventfd_write");
+}
+
+tcp_stream::tcp_stream(descriptor socket, const stop_signal& stop)
+    : socket_(std::move(socket)), stop_(&stop)
+{
+}
+
+tcp_stream tcp_stream::connect_to(unsigned short port, const stop_signal& stop)
+{
+    auto socket = new_socket();
+    const auto address = loopback(port);
+    if (::connect(socket.number(), generic(address), sizeof address) != 0) {
+        if (errno != EINPROGRESS)
+            throw disconnected("nobody listens there");
+        wait_for(socket.number(), POLLOUT, stop);
+        int error = 0;
+        socklen_t size = sizeof error;
+        checked(getsockopt(socket.number(), SOL_SOCKET, SO_ERROR, &error, &size), "getsockopt");
+        if (error != 0)
+            throw disconnected("nobody listens there");
+    }
+    return {std::move(socket), stop};
+}
+
+std::string tcp_stream::read_some()
+{
+    std::array<char, 16 * 1024> buffer;
+    for (;;) {
+        wait_for(socket_.number(), POLLIN, *stop_);
+        const auto count = recv(socket_.number(), buffer.data(), buffer.size(), 0);
+        if (count >= 0)
+            return {buffer.data(), static_cast<std::size_t>(count)};
+        if (!would_block())
+            throw disconnected("the peer is gone");
+    }
+}
+
+void tcp_stream::write(std::string_view bytes)
+{
+    while (!bytes.empty()) {
+        if (pacing_.cut_after == std::size_t{0})
+            throw disconnected("cut as scripted");
+        auto size = std::min(bytes.size(), pacing_.piece);
+        if (pacing_.cut_after)
+            size = std::min(size, *pacing_.cut_after);
+        const auto sent = write_piece(bytes.substr(0, size));
+        if (pacing_.cut_after)
+            *pacing_.cut_after -= sent;
+        bytes.remove_prefix(sent);
+        if (pacing_.gap.count() > 0 && !bytes.empty())
+            pause(pacing_.gap, *stop_);
+    }
+}
+
+void tcp_stream::set_pacing(const pacing& how)
+{
+    pacing_ = how;
+}
+
+std::size_t tcp_stream::write_piece(std::string_view bytes)
+{
+    for (;;) {
+        wait_for(socket_.number(), POLLOUT, *stop_);
+        const auto count = send(socket_.number(), bytes.data(), bytes.size(), MSG_NOSIGNAL);
+        if (count >= 0)
+            return static_cast<std::size_t>(count);
+        if (!would_block())
+            throw disconnected("the peer is gone");
+    }
+}
+
+tcp_listener::tcp_listener(const stop_signal& stop) : socket_(new_socket()), stop_(&stop), port_(0)
+{
+    auto address = loopback(0);
+    checked(bind(socket_.number(), generic(address), sizeof address), "bind");
+    checked(listen(socket_.number(), SOMAXCONN), "listen");
+    socklen_t size = sizeof address;
+    checked(getsockname(socket_.number(), reinterpret_cast<sockaddr*>(&address), &size),
+            "getsockname");
+    port_ = ntohs(address.sin_port);
+}
+
+tcp_stream tcp_listener::accept()
+{
+    for (;;) {
+        wait_for(socket_.number(), POLLIN, *stop_);
+        descriptor accepted(
+            accept4(socket_.number(), nullptr, nullptr, SOCK_CLOEXEC | SOCK_NONBLOCK));
+        if (accepted.number() >= 0)
+            return {std::move(accepted), *stop_};
+        if (!would_block() && errno != ECONNABORTED)
+            throw std::system_error(errno, std::generic_category(), "accept");
+    }
+}
+
+void relay(tcp_stream& one, tcp_stream& other, const stop_signal& stop)
+{
+    const auto pass = [](tcp_stream& from, tcp_stream& to) {
+        const auto bytes = from.read_some();
+        to.write(bytes);
+        return !bytes.empty();
+    };
+    for (bool open = true; open;) {
+        std::vector<pollfd> wanted{waiting_for(one.descriptor_number(), POLLIN),
+                                   waiting_for(other.descriptor_number(), POLLIN)};
+        wait(wanted, stop);
+        if (wanted[0].revents != 0)
+            open = pass(one, other);
+        if (open && wanted[1].revents != 0)
+            open = pass(other, one);
+    }
+}
+
+} // namespace tarnix::test

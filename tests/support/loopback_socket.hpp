@@ -1,0 +1,94 @@
+#pragma once
+
+#include <chrono>
+#include <cstddef>
+#include <optional>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+#include <utility>
+
+namespace tarnix::test {
+
+/// The peer is gone, the server is being stopped, or nothing happened for too long: the end of the
+/// conversation that it is raised in.
+class disconnected : public std::runtime_error {
+    using std::runtime_error::runtime_error;
+};
+
+/// Owns one descriptor.
+class descriptor {
+public:
+    explicit descriptor(int number) : number_(number) {}
+    descriptor(descriptor&& other) noexcept : number_(std::exchange(other.number_, -1)) {}
+    descriptor& operator=(descriptor&& other) noexcept;
+    ~descriptor();
+
+    int number() const { return number_; }
+
+private:
+    int number_;
+};
+
+/// Ends the waits of all sockets that were made with it, in any thread.
+class stop_signal {
+public:
+    stop_signal();
+    void raise();
+
+    int readable_when_raised() const { return event_.number(); }
+
+private:
+    descriptor event_;
+};
+
+/// How outgoing bytes are cut up, and after how many the connection is dropped.
+struct pacing {
+    std::size_t piece = 64 * 1024;
+    std::chrono::milliseconds gap{0};
+    std::optional<std::size_t> cut_after;
+};
+
+/// A connected stream socket on loopback. Every wait ends with `disconnected` when the stop signal
+/// is raised, and after ten minutes in any case.
+class tcp_stream {
+public:
+    tcp_stream(descriptor socket, const stop_signal& stop);
+
+    /// Connects to a port of this machine; raises `disconnected` when nobody listens there.
+    static tcp_stream connect_to(unsigned short port, const stop_signal& stop);
+
+    /// The next bytes; empty at the end of the stream.
+    std::string read_some();
+    /// Sends everything, as slowly as the pacing says; raises `disconnected` where it cuts.
+    void write(std::string_view bytes);
+
+    void set_pacing(const pacing& how);
+    int descriptor_number() const { return socket_.number(); }
+
+private:
+    std::size_t write_piece(std::string_view bytes);
+
+    descriptor socket_;
+    const stop_signal* stop_;
+    pacing pacing_;
+};
+
+/// Listens on 127.0.0.1 on a port that the system chooses.
+class tcp_listener {
+public:
+    explicit tcp_listener(const stop_signal& stop);
+
+    unsigned short port() const { return port_; }
+    tcp_stream accept();
+
+private:
+    descriptor socket_;
+    const stop_signal* stop_;
+    unsigned short port_;
+};
+
+/// Copies bytes both ways until one side ends.
+void relay(tcp_stream& one, tcp_stream& other, const stop_signal& stop);
+
+} // namespace tarnix::test

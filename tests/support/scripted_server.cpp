@@ -1,0 +1,124 @@
+#include <support/scripted_server.hpp>
+
+#include <exception>
+#include <utility>
+
+namespace tarnix::test {
+
+scripted_server::scripted_server(const std::string& login_folder)
+    : state_(login_folder), listener_(state_.stop), acceptor_([this] { accept_connections(); })
+{
+}
+
+scripted_server::~scripted_server()
+{
+    state_.stop.raise();
+}
+
+void scripted_server::reply_to(const std::string& word, int code, const std::string& text,
+                               occurrence nth)
+{
+    reply_raw(word, reply_line(code, text), nth);
+}
+
+void scripted_server::reply_raw(const std::string& word, const std::string& bytes, occurrence nth)
+{
+    state_.script.set(word, {bytes, {}, false}, nth);
+}
+
+void scripted_server::stay_silent_on(const std::string& word, occurrence nth)
+{
+    reply_raw(word, "", nth);
+}
+
+void scripted_server::close_on(const std::string& word, occurrence nth)
+{
+    state_.script.set(word, {"", {}, true}, nth);
+}
+
+void scripted_server::close_after(const std::string& word, occurrence nth)
+{
+    state_.script.set(word, {{}, {}, true}, nth);
+}
+
+void scripted_server::time_out_after(const std::string& word, occurrence nth)
+{
+    state_.script.set(word, {{}, reply_line(421, "Idle for too long."), true}, nth);
+}
+
+void scripted_server::drop_connections_at_command(int nth)
+{
+    const std::lock_guard lock(state_.link_mutex);
+    state_.link.commands = nth;
+}
+
+void scripted_server::pace_control(const pacing& how)
+{
+    const std::lock_guard lock(state_.link_mutex);
+    state_.link.control = how;
+}
+
+void scripted_server::pace_data(const pacing& how)
+{
+    const std::lock_guard lock(state_.link_mutex);
+    state_.link.data = how;
+}
+
+void scripted_server::clear_script()
+{
+    state_.script.clear();
+    const std::lock_guard lock(state_.link_mutex);
+    state_.link = {};
+}
+
+std::vector<std::string> scripted_server::received() const
+{
+    std::vector<std::string> lines;
+    for (const auto& command : state_.received.commands())
+        lines.push_back(command.line);
+    return lines;
+}
+
+std::vector<std::string> scripted_server::received_on(int connection) const
+{
+    std::vector<std::string> lines;
+    for (const auto& command : state_.received.commands())
+        if (command.connection == connection)
+            lines.push_back(command.line);
+    return lines;
+}
+
+std::vector<std::string> scripted_server::take_received()
+{
+    auto lines = received();
+    state_.received.clear();
+    return lines;
+}
+
+void scripted_server::accept_connections()
+{
+    std::vector<std::jthread> conversations;
+    try {
+        for (int number = 1;; ++number)
+            conversations.emplace_back(
+                [this, number](tcp_stream control) { converse(std::move(control), number); },
+                listener_.accept());
+    } catch (const disconnected&) {
+        // Stopped; leaving joins the conversations, which see the same signal.
+    } catch (const std::exception& error) {
+        state_.received.add_fault(error.what());
+    }
+}
+
+void scripted_server::converse(tcp_stream control, int number)
+{
+    try {
+        control_conversation(std::move(control), number, state_).run();
+    } catch (const disconnected&) {
+        // An end like another.
+    } catch (const std::exception& error) {
+        state_.received.add_fault(error.what());
+    }
+}
+
+} // namespace tarnix::test

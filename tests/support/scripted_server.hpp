@@ -1,0 +1,75 @@
+#pragma once
+
+#include <support/control_conversation.hpp>
+
+#include <string>
+#include <thread>
+#include <vector>
+
+namespace tarnix::test {
+
+/// An FTP server in this process, on 127.0.0.1 and a port that the system chooses. Left alone it
+/// behaves well, over a file tree in memory; scripts make it refuse, lie, stay silent and break
+/// connections. It records every command. Scripts may be changed while it runs. Its destructor
+/// ends all conversations at once, whatever the clients do.
+class scripted_server {
+public:
+    /// The login folder exists from the start.
+    explicit scripted_server(const std::string& login_folder = "/");
+    ~scripted_server();
+    scripted_server(const scripted_server&) = delete;
+    scripted_server& operator=(const scripted_server&) = delete;
+
+    unsigned short port() const { return listener_.port(); }
+    file_tree& tree() { return state_.tree; }
+
+    // Scripts. `word` is a command word in capitals, or one of the next two.
+
+    /// The reply to connecting.
+    static const std::string& greeting() { return control_conversation::greeting; }
+    /// The reply at the end of a transfer that `word` began.
+    static std::string end_of(const std::string& word)
+    {
+        return control_conversation::end_of(word);
+    }
+
+    /// The command is not carried out and this is the reply.
+    void reply_to(const std::string& word, int code, const std::string& text,
+                  occurrence nth = every);
+    void reply_raw(const std::string& word, const std::string& bytes, occurrence nth = every);
+    void stay_silent_on(const std::string& word, occurrence nth = every);
+    void close_on(const std::string& word, occurrence nth = every);
+    /// The command is carried out and answered; then the connection is dropped, without or with
+    /// a 421.
+    void close_after(const std::string& word, occurrence nth = every);
+    void time_out_after(const std::string& word, occurrence nth = every);
+    /// New control connections are dropped at their nth command, which gets no answer.
+    void drop_connections_at_command(int nth);
+    void pace_control(const pacing& how);
+    void pace_data(const pacing& how);
+    /// Well-behaved again.
+    void clear_script();
+
+    // What reached the server.
+
+    /// The commands of all connections.
+    std::vector<std::string> received() const;
+    /// The commands of one connection, the first being 1.
+    std::vector<std::string> received_on(int connection) const;
+    /// The commands, which are then forgotten, as is the data.
+    std::vector<std::string> take_received();
+    /// The bytes of each upload, as they came.
+    std::vector<std::string> received_data() const { return state_.received.data(); }
+    /// What went wrong in the server itself.
+    std::vector<std::string> faults() const { return state_.received.faults(); }
+
+private:
+    void accept_connections();
+    void converse(tcp_stream control, int number);
+
+    server_state state_;
+    tcp_listener listener_;
+    std::jthread acceptor_;
+};
+
+} // namespace tarnix::test
