@@ -7,6 +7,7 @@
 #include <fl/i18n/ustring_conversion.hpp>
 #include <tarnix/io/common/file.hpp>
 
+#include <boost/exception/current_exception_cast.hpp>
 #include <boost/exception/diagnostic_information.hpp>
 
 #include <cstddef>
@@ -19,6 +20,16 @@ namespace file = common::file;
 namespace {
 
 constexpr auto source = "src/file";
+
+/// Boost's account of the exception being handled. Its words for what is no exception class differ
+/// from one standard library to another, so there one text stands for all.
+std::string diagnostic_information()
+{
+    if (!boost::current_exception_cast<const boost::exception>() &&
+        !boost::current_exception_cast<const std::exception>())
+        return "No diagnostic information available.";
+    return boost::current_exception_diagnostic_information(true);
+}
 
 std::pair<file::File, std::size_t> make_file_with_size(const ustring& path)
 {
@@ -35,8 +46,7 @@ std::pair<file::File, std::size_t> make_file_with_size(const ustring& path)
         raise<ids::PermissionDenied>(path);
     } catch (...) {
         if (getLogger().is_enabled(level::information))
-            getLogger().write(level::information,
-                              boost::current_exception_diagnostic_information(true));
+            getLogger().write(level::information, diagnostic_information());
         // Whatever else was wrong with the file, for the user it is not there.
         raise<ids::NotFound>(path);
     }

@@ -18,9 +18,10 @@ public:
     fake_framework& operator=(const fake_framework&) = delete;
 
     template <typename Interface>
-    auto add(const std::shared_ptr<Interface>& service)
+    void add(const std::shared_ptr<Interface>& service)
     {
-        return framework_->GetBundleContext().template RegisterService<Interface>(service);
+        static_cast<void>(
+            framework_->GetBundleContext().template RegisterService<Interface>(service));
     }
     /// Stops it and waits for the end; it can still be asked for.
     void stop();

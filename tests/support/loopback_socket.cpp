@@ -3,6 +3,7 @@
 #include <arpa/inet.h>
 #include <fcntl.h>
 #include <netinet/in.h>
+#include <netinet/tcp.h>
 #include <poll.h>
 #include <sys/eventfd.h>
 #include <sys/socket.h>
@@ -85,6 +86,12 @@ descriptor new_socket()
         checked(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0), "socket"));
 }
 
+void switch_on(int number, int option)
+{
+    const int on = 1;
+    checked(setsockopt(number, IPPROTO_TCP, option, &on, sizeof on), "setsockopt");
+}
+
 bool would_block()
 {
     return errno == EAGAIN || errno == EWOULDBLOCK || errno == EINTR;
@@ -114,6 +121,8 @@ void stop_signal::raise()
 tcp_stream::tcp_stream(descriptor socket, const stop_signal& stop)
     : socket_(std::move(socket)), stop_(&stop)
 {
+    // Two small replies in a row shall not wait for each other's acknowledgement.
+    switch_on(socket_.number(), TCP_NODELAY);
 }
 
 tcp_stream tcp_stream::connect_to(unsigned short port, const stop_signal& stop)
@@ -161,6 +170,11 @@ void tcp_stream::write(std::string_view bytes)
         if (pacing_.gap.count() > 0 && !bytes.empty())
             pause(pacing_.gap, *stop_);
     }
+}
+
+void tcp_stream::hold_back()
+{
+    switch_on(socket_.number(), TCP_CORK);
 }
 
 void tcp_stream::set_pacing(const pacing& how)

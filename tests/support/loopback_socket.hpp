@@ -46,7 +46,7 @@ private:
 struct pacing {
     std::size_t piece = 64 * 1024;
     std::chrono::milliseconds gap{0};
-    std::optional<std::size_t> cut_after;
+    std::optional<std::size_t> cut_after = std::nullopt;
 };
 
 /// A connected stream socket on loopback. Every wait ends with `disconnected` when the stop signal
@@ -63,6 +63,9 @@ public:
     /// Sends everything, as slowly as the pacing says; raises `disconnected` where it cuts.
     void write(std::string_view bytes);
 
+    /// What is written from now on may wait for more, at best until the stream closes, so that the
+    /// peer finds the end together with the last bytes.
+    void hold_back();
     void set_pacing(const pacing& how);
     int descriptor_number() const { return socket_.number(); }
 

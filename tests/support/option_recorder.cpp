@@ -200,6 +200,10 @@ CURLcode option_recorder::query(CURLINFO info, void* result)
 using tarnix::test::option_recorder;
 using tarnix::test::real;
 
+// The last named parameter of libcurl's variadic functions is an enum, which is passed as what it
+// is promoted to.
+#pragma GCC diagnostic ignored "-Wvarargs"
+
 extern "C" {
 
 CURL* curl_easy_init()
