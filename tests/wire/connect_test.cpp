@@ -6,13 +6,6 @@ namespace tarnix::test {
 
 namespace {
 
-/// A port of this machine that nobody listens on: it was free a moment ago.
-unsigned short closed_port()
-{
-    const stop_signal stop;
-    return tcp_listener(stop).port();
-}
-
 class ConnectTest : public WireTest {
 protected:
     std::string port() { return std::to_string(server().port()); }
@@ -159,22 +152,26 @@ TEST_F(ConnectTest, strict_tls_sends_no_credentials_to_a_server_without_it)
 
 TEST_F(ConnectTest, refused_connection_raises_no_connection_with_url_and_port)
 {
-    const auto nobody = closed_port();
-    EXPECT_ERROR_ID(io::ftp::core::connect(session(), "ftp://127.0.0.1/pub", "u", "secret", nobody,
-                                           "passive", "none", false, "", false, false, 0, 0),
-                    id_of<ids::NoConnection>("ftp://127.0.0.1/pub", std::to_string(nobody)));
+    const bound_port nobody;
+    EXPECT_ERROR_ID(
+        io::ftp::core::connect(session(), "ftp://127.0.0.1/pub", "u", "secret", nobody.number(),
+                               "passive", "none", false, "", false, false, 0, 0),
+        id_of<ids::NoConnection>("ftp://127.0.0.1/pub", std::to_string(nobody.number())));
 }
 
 TEST_F(ConnectTest, refused_sftp_connection_names_the_base_url_with_and_without_folder)
 {
-    const auto nobody = closed_port();
-    const auto expected = id_of<ids::NoConnection>("sftp://127.0.0.1", std::to_string(nobody));
+    const bound_port nobody;
+    const auto expected =
+        id_of<ids::NoConnection>("sftp://127.0.0.1", std::to_string(nobody.number()));
     for (const auto* folder : {"", "/~/", "data", "/data"}) {
-        EXPECT_ERROR_ID(connect_with_password(session(), "127.0.0.1", "u", nobody, "secret", false,
-                                              folder, "", false, false, 0, 0, false),
+        EXPECT_ERROR_ID(connect_with_password(session(), "127.0.0.1", "u", nobody.number(),
+                                              "secret", false, folder, "", false, false, 0, 0,
+                                              false),
                         expected);
-        EXPECT_ERROR_ID(connect_with_keys(session(), "127.0.0.1", "u", nobody, "", "missing", "",
-                                          false, folder, "", false, false, 0, 0, false),
+        EXPECT_ERROR_ID(connect_with_keys(session(), "127.0.0.1", "u", nobody.number(), "",
+                                          "missing", "", false, folder, "", false, false, 0, 0,
+                                          false),
                         expected);
     }
     EXPECT_THAT(warnings(), IsEmpty());
