@@ -316,6 +316,7 @@ class Server:
         self.output = self.folder / "output"
         self.log = self.folder / "log"
         self.log.touch()
+        run.give(self.log, 0o644)
         # Which server answered is seen from its greeting, not only from the port.
         self.mark = f"tarnix-{secrets.token_hex(4)}"
         self.port = None
@@ -392,7 +393,6 @@ class Vsftpd(Server):
         self.user, self.password = self.run.make_user(self.home)
         self.empty = self.folder / "empty"
         self.empty.mkdir(mode=0o755)
-        self.run.give(self.log)
         # The stock service wants a login shell; these users have none.
         self.pam_service = self.user
         self.run.write_system_file(
@@ -513,7 +513,6 @@ class Sshd(Server):
             self.public(self.private_key).read_text()
             + self.public(self.encrypted_private_key).read_text())
         self.authorized_keys.chmod(0o644)
-        self.log.chmod(0o644)
 
     def make_key(self, name, passphrase):
         key = self.folder / name

@@ -8,6 +8,7 @@
 #include <cstdlib>
 #include <sstream>
 #include <stdexcept>
+#include <system_error>
 
 namespace tarnix::test {
 
@@ -27,6 +28,18 @@ bool clear_proxies()
 }
 
 const bool proxies_cleared = clear_proxies();
+
+/// Also folders that were locked on purpose.
+void remove_unlocked(const fs::path& path)
+{
+    if (fs::is_directory(fs::symlink_status(path))) {
+        std::error_code not_ours;
+        fs::permissions(path, fs::perms::owner_all, fs::perm_options::add, not_ours);
+        for (const auto& entry : fs::directory_iterator(path))
+            remove_unlocked(entry.path());
+    }
+    fs::remove(path);
+}
 
 } // namespace
 
@@ -98,7 +111,7 @@ taken_port::~taken_port()
 void reset(const live_server& server)
 {
     for (const auto& entry : fs::directory_iterator(server.root()))
-        fs::remove_all(entry.path());
+        remove_unlocked(entry.path());
     fs::resize_file(server["log"], 0);
 }
 
