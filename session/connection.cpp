@@ -62,10 +62,15 @@ void connection::set_options(const settings& wanted)
     set_text(handle_, CURLOPT_CAINFO, wanted.ca_file);
     if (!options.ca_file.empty())
         core::set_option(handle_, CURLOPT_CAPATH, static_cast<const void*>(nullptr));
-    if (wanted.is_sftp())
+    if (wanted.is_sftp()) {
         verify_host_key(wanted);
-    else
-        core::set_option(handle_, CURLOPT_USE_SSL, tls_level(wanted.tls));
+        // SFTP moves one buffer per round trip.
+        constexpr auto buffer_size = 2 * 1024 * 1024LL;
+        core::set_option(handle_, CURLOPT_BUFFERSIZE, buffer_size);
+        core::set_option(handle_, CURLOPT_UPLOAD_BUFFERSIZE, buffer_size);
+    } else {
+        set_tls(wanted);
+    }
     if (wanted.with_key) {
         core::set_option(handle_, CURLOPT_SSH_AUTH_TYPES, CURLSSH_AUTH_PUBLICKEY);
         set_text(handle_, CURLOPT_SSH_PRIVATE_KEYFILE, options.private_key_file);
@@ -77,6 +82,19 @@ void connection::set_options(const settings& wanted)
         core::set_option(handle_, CURLOPT_SSH_AUTH_TYPES, CURLSSH_AUTH_PASSWORD);
         set_text(handle_, CURLOPT_PASSWORD, wanted.password);
     }
+}
+
+void connection::set_tls(const settings& wanted)
+{
+    core::set_option(handle_, CURLOPT_USE_SSL, tls_level(wanted.tls));
+    // Before 8.10 libcurl closes the data connection of an upload without reading the tickets that
+    // a TLS 1.3 server sends in it; the reset that follows can cut the file short on the server.
+    constexpr unsigned reads_tickets = 0x080a00;
+    const auto highest = curl_version_info(CURLVERSION_NOW)->version_num < reads_tickets
+                             ? CURL_SSLVERSION_MAX_TLSv1_2
+                             : CURL_SSLVERSION_MAX_DEFAULT;
+    core::set_option(handle_, CURLOPT_SSLVERSION,
+                     static_cast<long long>(CURL_SSLVERSION_TLSv1_2) | highest);
 }
 
 /// libcurl checks an SSH server's key only when it is given something to check it with.

@@ -24,6 +24,7 @@ public:
 
 private:
     void set_options(const settings& wanted);
+    void set_tls(const settings& wanted);
     void verify_host_key(const settings& wanted);
     void log_in(const settings& wanted);
     [[noreturn]] void raise_failure(const settings& wanted, CURLcode code,

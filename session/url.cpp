@@ -135,11 +135,14 @@ url parse_url(std::string_view text)
         throw invalid_url("the URL has no host");
     if (has_control_character(authority))
         throw invalid_url("the URL holds a control character");
+    const auto at = authority.find('@');
+    if (at != authority.rfind('@'))
+        throw invalid_url("an \"@\" in the user name must be written %40");
 
     const auto parts = parse_authority(authority);
     result.host = host_of(parts.get());
     result.port = port_of(get(parts.get(), CURLUPART_PORT));
-    if (const auto at = authority.rfind('@'); at != std::string::npos) {
+    if (at != std::string::npos) {
         const auto login = std::string_view(authority).substr(0, at);
         const auto colon = login.find(':');
         result.has_password = colon != std::string_view::npos;

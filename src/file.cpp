@@ -87,6 +87,21 @@ void close_local(const file::File& opened)
     file::handle_exception(file::close(opened), opened, file::Operation::close);
 }
 
+/// An absolute path as it is, at no cost; a relative one in the working folder, for a PWD.
+std::string absolute_path(curl_ptr& handle, const std::string& path)
+{
+    return path.starts_with('/') ? path : fullfile(handle, path);
+}
+
+/// Judged by the reply alone: whatever is no refusal of the command itself counts as done.
+void rename_with(curl_ptr& handle, slist commands)
+{
+    const auto url = current_remote_url(handle);
+    const auto reply = scoped_request(handle).request_quoted(url, std::move(commands)).second;
+    if (reply >= reply::first_refusal && reply <= reply::last_refusal)
+        raise<ids::FTPError>(reply);
+}
+
 } // namespace
 
 void send_file(curl_ptr& handle, const ustring& local, const ustring& remote, const bool text_mode)
@@ -137,6 +152,81 @@ void receive_file(curl_ptr& handle, const ustring& remote, const ustring& local,
     if (reply == reply::file_unavailable)
         raise<ids::FileUnavailable>(remote);
     raise<ids::FTPError>(reply);
+}
+
+void delete_remote_file(curl_ptr& handle, const ustring& path)
+{
+    const function_scope scope{
+        getLogger(),
+        "void tarnix::io::ftp::core::delete_remote_file(curl_ptr &, const fl::ustring &)", source,
+        __LINE__};
+    const auto name = fl::i18n::ustring_to_utf8(path);
+    slist commands{"DELE " + name};
+    const auto url = add_trailing_slash(fullurl(handle, name, false));
+    if (scoped_request(handle).request_quoted(url, std::move(commands)).first != CURLE_OK)
+        raise<ids::DeleteFailed>(name);
+}
+
+void rename_remote_file(curl_ptr& handle, const ustring& from, const ustring& to)
+{
+    const function_scope scope{
+        getLogger(),
+        "void tarnix::io::ftp::core::rename_remote_file(curl_ptr &, const fl::ustring &, const "
+        "fl::ustring &)",
+        source, __LINE__};
+    rename_with(handle, {"RNFR " + fl::i18n::ustring_to_utf8(from),
+                         "RNTO " + fl::i18n::ustring_to_utf8(to)});
+}
+
+void sftp_delete_remote_file(curl_ptr& handle, const ustring& path)
+{
+    const function_scope scope{
+        getLogger(),
+        "void tarnix::io::ftp::core::sftp_delete_remote_file(curl_ptr &, const fl::ustring &)",
+        source, __LINE__};
+    const auto name = fl::i18n::ustring_to_utf8(path);
+    slist commands{"rm \"" + absolute_path(handle, name) + "\""};
+    const auto url = add_trailing_slash(fullurl(handle, name, false));
+    if (scoped_request(handle).request_quoted(url, std::move(commands)).first != CURLE_OK)
+        raise<ids::DeleteFailed>(name);
+}
+
+void sftp_rename_remote_file(curl_ptr& handle, const ustring& from, const ustring& to)
+{
+    const function_scope scope{
+        getLogger(),
+        "void tarnix::io::ftp::core::sftp_rename_remote_file(curl_ptr &, const fl::ustring &, "
+        "const fl::ustring &)",
+        source, __LINE__};
+    const auto old_path = absolute_path(handle, fl::i18n::ustring_to_utf8(from));
+    const auto new_path = absolute_path(handle, fl::i18n::ustring_to_utf8(to));
+    rename_with(handle, {"rename \"" + old_path + "\" \"" + new_path + "\""});
+}
+
+bool is_file(curl_ptr& handle, const ustring& path)
+{
+    const function_scope scope{
+        getLogger(), "bool tarnix::io::ftp::core::is_file(curl_ptr &, const fl::ustring &)", source,
+        __LINE__};
+    const auto name = fl::i18n::ustring_to_utf8(path);
+    const auto url = current_remote_url(handle);
+    slist commands{"statvfs \"" + name + "\""};
+    // Clears a transfer time-out set in milliseconds too: libcurl keeps one for both.
+    const auto code = scoped_request(handle)
+                          .setopt(CURLOPT_TIMEOUT, 20L, 0)
+                          .request_quoted_body(url, std::move(commands))
+                          .first;
+    if (code == CURLE_OK)
+        return true;
+    if (code != CURLE_OPERATION_TIMEDOUT && code != CURLE_QUOTE_ERROR)
+        raise<ids::FTPError>(code);
+    // The server does not know the question: all that is left to ask is whether the session's
+    // own folder can be reached.
+    return scoped_request(handle)
+               .setopt(CURLOPT_NOBODY, 1L, 0)
+               .setopt(CURLOPT_FILETIME, 1L, 0)
+               .perform()
+               .first == CURLE_OK;
 }
 
 } // namespace tarnix::io::ftp::core

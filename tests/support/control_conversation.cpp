@@ -24,31 +24,33 @@ std::string quoted(const std::string& path)
 
 } // namespace
 
-const std::string control_conversation::greeting = "(greeting)";
-
 std::string control_conversation::end_of(const std::string& word)
 {
     return word + " (end)";
 }
 
-link_behaviour server_state::current_link()
+server_behaviour server_state::current_behaviour()
 {
-    const std::lock_guard lock(link_mutex);
-    return link;
+    const std::lock_guard lock(behaviour_mutex);
+    return behaviour;
 }
 
 control_conversation::control_conversation(tcp_stream control, int number, server_state& server)
-    : control_(std::move(control)), number_(number), server_(server), folder_(server.login_folder)
+    : control_(std::move(control)),
+      listed_(server.control_connections, control_.descriptor_number()),
+      number_(number),
+      server_(server),
+      folder_(server.login_folder)
 {
 }
 
 void control_conversation::run()
 {
-    control_.set_pacing(server_.current_link().control);
+    control_.set_pacing(server_.current_behaviour().control);
     word_ = greeting;
     answer();
     for (int count = 1; open_ && read_command(); ++count) {
-        if (count == server_.current_link().commands)
+        if (count == server_.current_behaviour().last_command)
             return;
         answer();
     }
@@ -80,15 +82,15 @@ bool control_conversation::read_command()
 void control_conversation::answer()
 {
     const auto scripted = server_.script.next(word_);
+    if (scripted.close)
+        control_.hold_back();
     if (scripted.instead)
         control_.write(*scripted.instead);
     else if (word_ == greeting)
         reply(220, "Ready.");
     else
         (this->*action_for(word_))();
-    control_.write(scripted.afterwards);
-    if (scripted.close)
-        open_ = false;
+    open_ = open_ && !scripted.close;
 }
 
 control_conversation::action control_conversation::action_for(const std::string& word)
@@ -274,8 +276,9 @@ void control_conversation::list()
 {
     bool exists = false;
     std::vector<std::string> lines;
+    const auto folder = server_.tree.is_folder(target()) ? target() : folder_;
     for (const auto& name : names_to_list(exists)) {
-        const auto content = server_.tree.read(file_tree::resolve(target(), name));
+        const auto content = server_.tree.read(file_tree::resolve(folder, name));
         lines.push_back((content ? "-rw-r--r-- 1 u u " + std::to_string(content->size())
                                  : std::string("drwxr-xr-x 2 u u 4096")) +
                         " Jan 02 2020 " + name);
@@ -292,6 +295,8 @@ void control_conversation::name_list()
 
 void control_conversation::send_listing(bool exists, const std::vector<std::string>& lines)
 {
+    if (const auto scripted = server_.current_behaviour().listing)
+        return send_data(*scripted);
     if (!exists)
         return reply(550, "No such file or folder.");
     std::string text;
@@ -320,7 +325,7 @@ void control_conversation::store()
 void control_conversation::send_data(const std::string& bytes)
 {
     run_transfer([&] {
-        data_->send(bytes, server_.current_link().data);
+        data_->send(bytes, server_.current_behaviour().data);
         return true;
     });
 }
@@ -347,7 +352,6 @@ void control_conversation::run_transfer(Transfer transfer)
         reply(426, "The data connection broke.");
     else
         reply_if(accepted, 226, "Transfer complete.");
-    control_.write(scripted.afterwards);
     open_ = open_ && !scripted.close;
 }
 

@@ -3,6 +3,7 @@
 #include <support/data_connection.hpp>
 #include <support/file_tree.hpp>
 #include <support/loopback_socket.hpp>
+#include <support/open_connections.hpp>
 #include <support/reply_script.hpp>
 #include <support/transcript.hpp>
 
@@ -13,12 +14,14 @@
 
 namespace tarnix::test {
 
-/// How the connections of a server carry their bytes.
-struct link_behaviour {
+/// What is scripted beside the answers to single commands.
+struct server_behaviour {
     pacing control;
     pacing data;
-    /// Commands after which each control connection is dropped, the last one unanswered.
-    std::optional<int> commands;
+    /// Each control connection is dropped at this command, which gets no answer.
+    std::optional<int> last_command;
+    /// In place of every listing.
+    std::optional<std::string> listing;
 };
 
 /// What the conversations of one server share; it outlives them.
@@ -33,17 +36,18 @@ struct server_state {
     file_tree tree;
     reply_script script;
     transcript received;
-    std::mutex link_mutex;
-    link_behaviour link;
+    open_connections control_connections;
+    std::mutex behaviour_mutex;
+    server_behaviour behaviour;
 
-    link_behaviour current_link();
+    server_behaviour current_behaviour();
 };
 
 /// One FTP control connection, from the greeting to its end.
 class control_conversation {
 public:
     /// The words under which the greeting and the reply after a transfer are scripted.
-    static const std::string greeting;
+    static constexpr auto greeting = "(greeting)";
     static std::string end_of(const std::string& word);
 
     control_conversation(tcp_stream control, int number, server_state& server);
@@ -99,6 +103,7 @@ private:
     void run_transfer(Transfer transfer);
 
     tcp_stream control_;
+    open_connections::entry listed_;
     int number_;
     server_state& server_;
     std::string unread_;

@@ -3,6 +3,7 @@
 #include <arpa/inet.h>
 #include <fcntl.h>
 #include <netinet/in.h>
+#include <netinet/tcp.h>
 #include <poll.h>
 #include <sys/eventfd.h>
 #include <sys/socket.h>
@@ -85,6 +86,12 @@ descriptor new_socket()
         checked(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0), "socket"));
 }
 
+void switch_on(int number, int option)
+{
+    const int on = 1;
+    checked(setsockopt(number, IPPROTO_TCP, option, &on, sizeof on), "setsockopt");
+}
+
 bool would_block()
 {
     return errno == EAGAIN || errno == EWOULDBLOCK || errno == EINTR;
@@ -114,6 +121,8 @@ void stop_signal::raise()
 tcp_stream::tcp_stream(descriptor socket, const stop_signal& stop)
     : socket_(std::move(socket)), stop_(&stop)
 {
+    // Two small replies in a row shall not wait for each other's acknowledgement.
+    switch_on(socket_.number(), TCP_NODELAY);
 }
 
 tcp_stream tcp_stream::connect_to(unsigned short port, const stop_signal& stop)
@@ -163,6 +172,11 @@ void tcp_stream::write(std::string_view bytes)
     }
 }
 
+void tcp_stream::hold_back()
+{
+    switch_on(socket_.number(), TCP_CORK);
+}
+
 void tcp_stream::set_pacing(const pacing& how)
 {
     pacing_ = how;
@@ -180,23 +194,27 @@ std::size_t tcp_stream::write_piece(std::string_view bytes)
     }
 }
 
-tcp_listener::tcp_listener(const stop_signal& stop) : socket_(new_socket()), stop_(&stop), port_(0)
+bound_port::bound_port() : socket_(new_socket()), number_(0)
 {
     auto address = loopback(0);
     checked(bind(socket_.number(), generic(address), sizeof address), "bind");
-    checked(listen(socket_.number(), SOMAXCONN), "listen");
     socklen_t size = sizeof address;
     checked(getsockname(socket_.number(), reinterpret_cast<sockaddr*>(&address), &size),
             "getsockname");
-    port_ = ntohs(address.sin_port);
+    number_ = ntohs(address.sin_port);
+}
+
+tcp_listener::tcp_listener(const stop_signal& stop) : stop_(&stop)
+{
+    checked(listen(port_.descriptor_number(), SOMAXCONN), "listen");
 }
 
 tcp_stream tcp_listener::accept()
 {
     for (;;) {
-        wait_for(socket_.number(), POLLIN, *stop_);
+        wait_for(port_.descriptor_number(), POLLIN, *stop_);
         descriptor accepted(
-            accept4(socket_.number(), nullptr, nullptr, SOCK_CLOEXEC | SOCK_NONBLOCK));
+            accept4(port_.descriptor_number(), nullptr, nullptr, SOCK_CLOEXEC | SOCK_NONBLOCK));
         if (accepted.number() >= 0)
             return {std::move(accepted), *stop_};
         if (!would_block() && errno != ECONNABORTED)

@@ -12,9 +12,7 @@ namespace tarnix::test {
 struct scripted_answer {
     /// In place of what the server would do and reply; empty text for no reply at all.
     std::optional<std::string> instead;
-    /// Sent after the reply, unasked.
-    std::string afterwards;
-    /// Drops the control connection then.
+    /// Drops the control connection then; the reply and the end reach the client together.
     bool close = false;
 };
 

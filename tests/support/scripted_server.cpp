@@ -23,7 +23,7 @@ void scripted_server::reply_to(const std::string& word, int code, const std::str
 
 void scripted_server::reply_raw(const std::string& word, const std::string& bytes, occurrence nth)
 {
-    state_.script.set(word, {bytes, {}, false}, nth);
+    state_.script.set(word, {bytes, false}, nth);
 }
 
 void scripted_server::stay_silent_on(const std::string& word, occurrence nth)
@@ -33,42 +33,53 @@ void scripted_server::stay_silent_on(const std::string& word, occurrence nth)
 
 void scripted_server::close_on(const std::string& word, occurrence nth)
 {
-    state_.script.set(word, {"", {}, true}, nth);
+    state_.script.set(word, {"", true}, nth);
 }
 
 void scripted_server::close_after(const std::string& word, occurrence nth)
 {
-    state_.script.set(word, {{}, {}, true}, nth);
+    state_.script.set(word, {{}, true}, nth);
 }
 
-void scripted_server::time_out_after(const std::string& word, occurrence nth)
+void scripted_server::drop_connections()
 {
-    state_.script.set(word, {{}, reply_line(421, "Idle for too long."), true}, nth);
+    state_.control_connections.end_all("");
+}
+
+void scripted_server::time_out_connections()
+{
+    state_.control_connections.end_all(reply_line(421, "Idle for too long."));
 }
 
 void scripted_server::drop_connections_at_command(int nth)
 {
-    const std::lock_guard lock(state_.link_mutex);
-    state_.link.commands = nth;
+    const std::lock_guard lock(state_.behaviour_mutex);
+    state_.behaviour.last_command = nth;
+}
+
+void scripted_server::list_as(const std::string& text)
+{
+    const std::lock_guard lock(state_.behaviour_mutex);
+    state_.behaviour.listing = text;
 }
 
 void scripted_server::pace_control(const pacing& how)
 {
-    const std::lock_guard lock(state_.link_mutex);
-    state_.link.control = how;
+    const std::lock_guard lock(state_.behaviour_mutex);
+    state_.behaviour.control = how;
 }
 
 void scripted_server::pace_data(const pacing& how)
 {
-    const std::lock_guard lock(state_.link_mutex);
-    state_.link.data = how;
+    const std::lock_guard lock(state_.behaviour_mutex);
+    state_.behaviour.data = how;
 }
 
 void scripted_server::clear_script()
 {
     state_.script.clear();
-    const std::lock_guard lock(state_.link_mutex);
-    state_.link = {};
+    const std::lock_guard lock(state_.behaviour_mutex);
+    state_.behaviour = {};
 }
 
 std::vector<std::string> scripted_server::received() const

@@ -26,7 +26,7 @@ public:
     // Scripts. `word` is a command word in capitals, or one of the next two.
 
     /// The reply to connecting.
-    static const std::string& greeting() { return control_conversation::greeting; }
+    static std::string greeting() { return control_conversation::greeting; }
     /// The reply at the end of a transfer that `word` began.
     static std::string end_of(const std::string& word)
     {
@@ -39,14 +39,17 @@ public:
     void reply_raw(const std::string& word, const std::string& bytes, occurrence nth = every);
     void stay_silent_on(const std::string& word, occurrence nth = every);
     void close_on(const std::string& word, occurrence nth = every);
-    /// The command is carried out and answered; then the connection is dropped, without or with
-    /// a 421.
+    /// The command is carried out and answered; then the connection is dropped.
     void close_after(const std::string& word, occurrence nth = every);
-    void time_out_after(const std::string& word, occurrence nth = every);
     /// New control connections are dropped at their nth command, which gets no answer.
     void drop_connections_at_command(int nth);
+    /// Every listing is this text.
+    void list_as(const std::string& text);
     void pace_control(const pacing& how);
     void pace_data(const pacing& how);
+    /// Ends the control connections that are idle now, at once: without a word, or with a 421.
+    void drop_connections();
+    void time_out_connections();
     /// Well-behaved again.
     void clear_script();
 

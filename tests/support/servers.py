@@ -46,21 +46,25 @@ class Stopped(Exception):
     """A signal asked for the end."""
 
 
-class StopSignals:
-    """Turns the signals that ask for the end into something to read, which is looked at between
-    steps: no step is ever left half done."""
+class Signals:
+    """Turns signals into something to read, which is looked at between steps: no step is ever left
+    half done."""
 
     def __init__(self):
         self.pipe, wake = os.pipe2(os.O_CLOEXEC | os.O_NONBLOCK)
         signal.set_wakeup_fd(wake)
-        for number in (signal.SIGINT, signal.SIGTERM, signal.SIGHUP):
+        for number in (signal.SIGINT, signal.SIGTERM, signal.SIGHUP, signal.SIGCHLD):
             signal.signal(number, lambda number, frame: None)
 
     def wait_for(self, sources, seconds=None):
-        """The sources that have something to read, at most after so many seconds."""
+        """The sources that have something to read, at most after so many seconds. Raises Stopped
+        when a signal has asked for the end."""
         ready = select.select([self.pipe, *sources], [], [], seconds)[0]
         if self.pipe in ready:
-            raise Stopped
+            if set(os.read(self.pipe, 4096)) != {signal.SIGCHLD}:
+                raise Stopped
+            ready.remove(self.pipe)
+            reap_children()
         return ready
 
 
@@ -117,6 +121,13 @@ def processes_of(user_id):
     return {process for process, (_, owner) in process_table().items() if owner == user_id}
 
 
+def reap_children():
+    """Also those that the servers left behind, which come to this process."""
+    with contextlib.suppress(ChildProcessError):
+        while os.waitpid(-1, os.WNOHANG)[0] != 0:
+            pass
+
+
 def kill_all(find):
     """Kills what `find` reports until it reports nothing."""
     deadline = time.monotonic() + STOP_SECONDS
@@ -126,9 +137,7 @@ def kill_all(find):
         for process in processes:
             with contextlib.suppress(ProcessLookupError):
                 os.kill(process, signal.SIGKILL)
-        with contextlib.suppress(ChildProcessError):
-            while os.waitpid(-1, os.WNOHANG)[0] != 0:
-                pass
+        reap_children()
         # Orphans of other parents are reaped by those; give them a moment of processor time.
         select.select([], [], [], 0.005)
 
@@ -232,7 +241,7 @@ class Run:
 
     def __init__(self, signals):
         self.signals = signals
-        self.name = "tnx" + secrets.token_hex(5)
+        self.name = "tnx" + secrets.token_hex(3)
         self.registry = Registry()
         # Who reads the files, besides root.
         self.reader = int(os.environ.get("SUDO_UID", os.getuid()))
@@ -310,7 +319,8 @@ class Server:
         # Which server answered is seen from its greeting, not only from the port.
         self.mark = f"tarnix-{secrets.token_hex(4)}"
         self.port = None
-        self.process = None
+        # Readable when the server has ended.
+        self.ended = None
 
     def make_home(self):
         """The folder that clients land in. Tests of any user work in it beside the server."""
@@ -334,7 +344,7 @@ class Server:
         for _ in range(PORT_ATTEMPTS):
             self.port = free_port()
             with open(self.output, "wb") as output:
-                self.process = subprocess.Popen(
+                process = subprocess.Popen(
                     list(map(str, self.command())),
                     stdin=subprocess.DEVNULL,
                     stdout=output,
@@ -343,23 +353,20 @@ class Server:
                     start_new_session=True,
                     preexec_fn=lambda: prctl(PR_SET_PDEATHSIG, signal.SIGKILL),
                 )
+            self.ended = os.pidfd_open(process.pid)
             if self.wait_until_it_answers():
                 return
         raise StartFailure(self.failure("does not start"))
 
     def wait_until_it_answers(self):
         """False when the process ended, as it does when another one took its port."""
-        ended = os.pidfd_open(self.process.pid)
-        try:
-            deadline = time.monotonic() + START_SECONDS
-            while time.monotonic() < deadline:
-                if self.answers():
-                    return True
-                if self.run.signals.wait_for([ended], 0.01):
-                    self.process.wait()
-                    return False
-        finally:
-            os.close(ended)
+        deadline = time.monotonic() + START_SECONDS
+        while time.monotonic() < deadline:
+            if self.answers():
+                return True
+            if self.run.signals.wait_for([self.ended], 0.01):
+                os.close(self.ended)
+                return False
         raise StartFailure(self.failure(f"does not answer within {START_SECONDS} s"))
 
     def answers(self):
@@ -574,7 +581,7 @@ KINDS = {server.kind: server for server in (Vsftpd, VsftpdTls, Sshd)}
 
 def serve_until_end(servers, signals):
     """Returns when standard input ends; raises when a server ends by itself or at a signal."""
-    ended = {os.pidfd_open(server.process.pid): server for server in servers}
+    ended = {server.ended: server for server in servers}
     while True:
         for source in signals.wait_for([0, *ended]):
             if source in ended:
@@ -617,7 +624,7 @@ def main():
     try:
         if os.geteuid() != 0:
             become_root(kinds)
-        signals = StopSignals()
+        signals = Signals()
         prctl(PR_SET_PDEATHSIG, signal.SIGTERM)
         prctl(PR_SET_CHILD_SUBREAPER, 1)
         os.umask(0o022)

@@ -219,4 +219,63 @@ TEST_F(SftpTest, refused_upload_failed)
                         id_of<ids::UploadFailed>(original));
 }
 
+TEST_F(SftpTest, deletes_a_file)
+{
+    make_folder(root() / "sub");
+    for (const std::u16string name : {u"two words", u"größer", u"sub/inner"}) {
+        write_bytes(root() / name, "content");
+        core::sftp_delete_remote_file(session(), name);
+        EXPECT_FALSE(fs::exists(root() / name)) << fs::path(name);
+    }
+    const auto absolute = write_bytes(root() / "absolute", "content");
+    core::sftp_delete_remote_file(session(), absolute.u16string());
+    EXPECT_FALSE(fs::exists(absolute));
+}
+
+TEST_F(SftpTest, deletes_a_file_in_the_working_folder)
+{
+    make_folder(root() / "sub");
+    write_bytes(root() / "name", "stays");
+    write_bytes(root() / "sub" / "name", "goes");
+    start_in(root() / "sub");
+    core::sftp_delete_remote_file(session(), u"name");
+    EXPECT_FALSE(fs::exists(root() / "sub" / "name"));
+    EXPECT_EQ(read_bytes(root() / "name"), "stays");
+}
+
+TEST_F(SftpTest, refused_deletion_failed)
+{
+    make_folder(root() / "folder");
+    for (const auto* name : {"missing", "folder"})
+        EXPECT_ERROR_ID(core::sftp_delete_remote_file(session(), fs::path(name).u16string()),
+                        id_of<ids::DeleteFailed>(name));
+}
+
+TEST_F(SftpTest, renames_and_moves_a_file)
+{
+    make_folder(root() / "sub");
+    write_bytes(root() / "old name", "content");
+    core::sftp_rename_remote_file(session(), u"old name", u"neuer Name ü");
+    EXPECT_EQ(read_bytes(root() / u"neuer Name ü"), "content");
+    core::sftp_rename_remote_file(session(), u"neuer Name ü",
+                                  (root() / "sub" / "moved").u16string());
+    EXPECT_EQ(read_bytes(root() / "sub" / "moved"), "content");
+}
+
+TEST_F(SftpTest, refused_rename_is_silent)
+{
+    core::sftp_rename_remote_file(session(), u"missing", u"new");
+    EXPECT_FALSE(fs::exists(root() / "new"));
+    write_bytes(root() / "from", "from");
+    core::sftp_rename_remote_file(session(), u"from", u"missing/new");
+    EXPECT_EQ(read_bytes(root() / "from"), "from");
+}
+
+TEST_F(SftpTest, is_file_is_true_whatever_the_path)
+{
+    write_bytes(root() / "file", "content");
+    EXPECT_TRUE(core::is_file(session(), u"file"));
+    EXPECT_TRUE(core::is_file(session(), u"missing"));
+}
+
 } // namespace

@@ -273,6 +273,7 @@ TEST_F(framework_test, the_empty_filter_is_empty_text)
 
 TEST_F(framework_test, a_broken_filter_is_refused)
 {
+    const auto registration = offer(1);
     EXPECT_THROW(context().GetServiceReferences<greeter>("(name="), std::invalid_argument);
     EXPECT_THROW(LDAPFilter("(name="), std::invalid_argument);
 }

@@ -20,6 +20,12 @@
 #include <utility>
 #include <vector>
 
+class txArray;
+
+namespace zobs {
+class COSNamespace;
+}
+
 /// An FTP, FTPS and SFTP client on libcurl.
 ///
 /// A session is a `curl_ptr`: connect it once, then pass it to the operations. Its working folder
@@ -198,6 +204,9 @@ TARNIX_FTP_EXPORT CURLcode unsafe_cd(curl_ptr& handle, const std::string& url);
 /// `url`.
 TARNIX_FTP_EXPORT std::string cd(curl_ptr& handle, const std::string& url);
 
+/// The reply lines of a request with a SYST, all of them; "" when it failed. Costs one request.
+TARNIX_FTP_EXPORT std::string syst(curl_ptr& handle);
+
 // Connection
 
 /// Logs in over FTP and returns the working folder. `url` begins "ftp://". Active mode only for
@@ -300,6 +309,36 @@ TARNIX_FTP_EXPORT void send_file(curl_ptr& handle, const ustring& local, const u
 TARNIX_FTP_EXPORT void receive_file(curl_ptr& handle, const ustring& remote, const ustring& local,
                                     const bool text_mode);
 
+/// Deletes a remote file. Two requests. Raises DeleteFailed. A relative `path` is the server's to
+/// resolve over FTP; over SFTP it costs a PWD more.
+TARNIX_FTP_EXPORT void delete_remote_file(curl_ptr& handle, const ustring& path);
+TARNIX_FTP_EXPORT void sftp_delete_remote_file(curl_ptr& handle, const ustring& path);
+
+/// Renames a remote file. Two requests, over SFTP a PWD more for each relative path. Raises
+/// FTPError for a last reply of 500 to 553; every other outcome, a lost connection too, reads as
+/// success.
+TARNIX_FTP_EXPORT void rename_remote_file(curl_ptr& handle, const ustring& from, const ustring& to);
+TARNIX_FTP_EXPORT void sftp_rename_remote_file(curl_ptr& handle, const ustring& from,
+                                               const ustring& to);
+
+/// Asks an SFTP server for the file system that holds `path`. Where the server does not answer
+/// (each FTP server, within 20 s), true when the working folder can be reached, whatever `path`
+/// is. Clears a transfer time-out. Raises FTPError with libcurl's code.
+TARNIX_FTP_EXPORT bool is_file(curl_ptr& handle, const ustring& path);
+
+// Host binding
+
+/// The host namespace `tarnix.io.internal`; the host owns it.
+TARNIX_FTP_EXPORT zobs::COSNamespace* getFTPCorePackage();
+
+/// Registers the class `tarnix.io.internal.Connection`, each of whose objects owns a session
+/// handle. Raises `foundation::core::except::bad_alloc`.
+TARNIX_FTP_EXPORT void do_init();
+
+/// The session handle of the `Connection` object that is the first element of `array`; valid while
+/// that object lives. Raises CurlHandleUnwrapFailed for everything else.
+TARNIX_FTP_EXPORT curl_ptr& get_curl_ptr(const txArray* array);
+
 template <typename Value>
 auto scoped_request::readable(Value value)
 {
@@ -324,3 +363,12 @@ scoped_request&& scoped_request::setopt(CURLoption option, Value value, Restore 
 }
 
 } // namespace tarnix::io::ftp::core
+
+extern "C" {
+
+/// To be called when the library has been loaded; registers its class, once in a process unless
+/// the host's object system keeps track itself. Raises what `do_init` raises.
+TARNIX_FTP_EXPORT void TXInitialize_FTPCoreModule();
+/// Does nothing.
+TARNIX_FTP_EXPORT void TXTerminate_FTPCoreModule();
+}

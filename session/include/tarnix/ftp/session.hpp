@@ -72,7 +72,7 @@ public:
                   transfer_mode mode = transfer_mode::binary);
 
 private:
-    struct state;
+    struct TARNIX_SESSION_NO_EXPORT state;
 
     std::unique_ptr<state> state_;
 };

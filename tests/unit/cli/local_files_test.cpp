@@ -1,0 +1,152 @@
+#include "local_files.hpp"
+
+#include <support/temporary_folder.hpp>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <string>
+#include <vector>
+
+namespace tarnix::cli {
+namespace {
+
+namespace fs = std::filesystem;
+using test::read_bytes;
+using test::write_bytes;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+
+class PendingFileTest : public testing::Test {
+protected:
+    std::vector<std::string> names() const
+    {
+        std::vector<std::string> found;
+        for (const auto& entry : fs::directory_iterator(folder_.path()))
+            found.push_back(entry.path().filename().string());
+        return found;
+    }
+
+    test::temporary_folder folder_;
+};
+
+TEST_F(PendingFileTest, is_gone_without_a_commit)
+{
+    {
+        pending_file file(folder_ / "a");
+        write_bytes(file.path(), "half");
+        EXPECT_FALSE(fs::exists(folder_ / "a"));
+        EXPECT_EQ(file.path().parent_path(), folder_.path());
+    }
+    EXPECT_THAT(names(), IsEmpty());
+}
+
+TEST_F(PendingFileTest, has_the_final_name_after_the_commit)
+{
+    {
+        pending_file file(folder_ / "a");
+        write_bytes(file.path(), "whole");
+        file.commit();
+    }
+    EXPECT_THAT(names(), ElementsAre("a"));
+    EXPECT_EQ(read_bytes(folder_ / "a"), "whole");
+}
+
+TEST_F(PendingFileTest, leaves_the_old_file_until_the_commit)
+{
+    write_bytes(folder_ / "a", "old");
+    {
+        pending_file file(folder_ / "a");
+        write_bytes(file.path(), "new");
+        EXPECT_EQ(read_bytes(folder_ / "a"), "old");
+    }
+    EXPECT_EQ(read_bytes(folder_ / "a"), "old");
+    pending_file file(folder_ / "a");
+    write_bytes(file.path(), "new");
+    file.commit();
+    EXPECT_EQ(read_bytes(folder_ / "a"), "new");
+    EXPECT_THAT(names(), ElementsAre("a"));
+}
+
+TEST_F(PendingFileTest, gets_the_permissions_of_the_old_file)
+{
+    write_bytes(folder_ / "a", "old");
+    fs::permissions(folder_ / "a", fs::perms::owner_read | fs::perms::owner_write);
+    pending_file file(folder_ / "a");
+    file.commit();
+    EXPECT_EQ(fs::status(folder_ / "a").permissions(),
+              fs::perms::owner_read | fs::perms::owner_write);
+}
+
+TEST_F(PendingFileTest, gets_the_permissions_of_any_new_file)
+{
+    write_bytes(folder_ / "other", "");
+    pending_file file(folder_ / "a");
+    file.commit();
+    EXPECT_EQ(fs::status(folder_ / "a").permissions(), fs::status(folder_ / "other").permissions());
+}
+
+TEST_F(PendingFileTest, follows_a_link)
+{
+    write_bytes(folder_ / "real", "old");
+    fs::create_symlink("real", folder_ / "link");
+    pending_file file(folder_ / "link");
+    write_bytes(file.path(), "new");
+    file.commit();
+    EXPECT_TRUE(fs::is_symlink(folder_ / "link"));
+    EXPECT_EQ(read_bytes(folder_ / "real"), "new");
+}
+
+TEST_F(PendingFileTest, refuses_what_is_no_regular_file)
+{
+    fs::create_directory(folder_ / "folder");
+    EXPECT_THROW(pending_file(folder_ / "folder"), local_file_error);
+    EXPECT_THROW(pending_file("/dev/null"), local_file_error);
+    EXPECT_THAT(names(), ElementsAre("folder"));
+}
+
+TEST_F(PendingFileTest, refuses_a_folder_that_is_not_there)
+{
+    try {
+        pending_file file(folder_ / "missing" / "a");
+        FAIL() << "was made";
+    } catch (const local_file_error& error) {
+        EXPECT_THAT(error.what(), HasSubstr("missing"));
+        EXPECT_THAT(error.what(), HasSubstr("No such file"));
+    }
+}
+
+TEST_F(PendingFileTest, commit_tells_when_the_name_cannot_be_given)
+{
+    pending_file file(folder_ / "a");
+    fs::create_directory(folder_ / "a");
+    EXPECT_THROW(file.commit(), local_file_error);
+}
+
+using LocalTargetTest = PendingFileTest;
+
+TEST_F(LocalTargetTest, a_folder_means_a_file_in_it)
+{
+    EXPECT_EQ(local_target(folder_.path(), "n"), folder_ / "n");
+    EXPECT_EQ(local_target("not there/", "n"), fs::path("not there/n"));
+    EXPECT_EQ(local_target(folder_ / "other", "n"), folder_ / "other");
+}
+
+using CheckReadableTest = PendingFileTest;
+
+TEST_F(CheckReadableTest, says_which_file_and_why)
+{
+    check_readable(write_bytes(folder_ / "a", ""));
+    try {
+        check_readable(folder_ / "b");
+        FAIL() << "was read";
+    } catch (const local_file_error& error) {
+        EXPECT_THAT(error.what(), HasSubstr((folder_ / "b").string()));
+        EXPECT_THAT(error.what(), HasSubstr("No such file"));
+    }
+}
+
+} // namespace
+} // namespace tarnix::cli
