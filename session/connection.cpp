@@ -31,6 +31,12 @@ curl_usessl tls_level(const std::string& tls)
     return tls == "opportunistic" ? CURLUSESSL_TRY : CURLUSESSL_NONE;
 }
 
+bool is_old_libcurl()
+{
+    constexpr unsigned version_8_10 = 0x080a00;
+    return curl_version_info(CURLVERSION_NOW)->version_num < version_8_10;
+}
+
 } // namespace
 
 connection::connection(const settings& wanted)
@@ -38,6 +44,10 @@ connection::connection(const settings& wanted)
 {
     set_options(wanted);
     log_in(wanted);
+    // Old libcurls let the first bytes of a TLS data connection lie until this timer fires. Not set
+    // earlier, because it is meant for the choice between the server's addresses.
+    if (is_old_libcurl())
+        core::set_option(handle_, CURLOPT_HAPPY_EYEBALLS_TIMEOUT_MS, 1LL);
     login_folder_ = absolute_path("/", undouble_quotes(connect_core(wanted)));
 }
 
@@ -89,10 +99,8 @@ void connection::set_tls(const settings& wanted)
     core::set_option(handle_, CURLOPT_USE_SSL, tls_level(wanted.tls));
     // Before 8.10 libcurl closes the data connection of an upload without reading the tickets that
     // a TLS 1.3 server sends in it; the reset that follows can cut the file short on the server.
-    constexpr unsigned reads_tickets = 0x080a00;
-    const auto highest = curl_version_info(CURLVERSION_NOW)->version_num < reads_tickets
-                             ? CURL_SSLVERSION_MAX_TLSv1_2
-                             : CURL_SSLVERSION_MAX_DEFAULT;
+    const auto highest =
+        is_old_libcurl() ? CURL_SSLVERSION_MAX_TLSv1_2 : CURL_SSLVERSION_MAX_DEFAULT;
     core::set_option(handle_, CURLOPT_SSLVERSION,
                      static_cast<long long>(CURL_SSLVERSION_TLSv1_2) | highest);
 }

@@ -71,6 +71,26 @@ private:
     bool answered_ = false;
 };
 
+class pipe_without_reader {
+public:
+    pipe_without_reader()
+    {
+        std::array<int, 2> ends{};
+        if (::pipe2(ends.data(), O_CLOEXEC) != 0)
+            throw std::system_error(errno, std::generic_category(), "pipe2");
+        ::close(ends[0]);
+        writer_ = ends[1];
+    }
+    ~pipe_without_reader() { ::close(writer_); }
+    pipe_without_reader(const pipe_without_reader&) = delete;
+    pipe_without_reader& operator=(const pipe_without_reader&) = delete;
+
+    int descriptor() const { return writer_; }
+
+private:
+    int writer_ = -1;
+};
+
 class spawn_actions {
 public:
     spawn_actions() { check(::posix_spawn_file_actions_init(&actions_), "file_actions"); }
@@ -82,6 +102,10 @@ public:
     {
         check(::posix_spawn_file_actions_addopen(&actions_, descriptor, path.c_str(), flags, 0600),
               "addopen");
+    }
+    void duplicate(int from, int to)
+    {
+        check(::posix_spawn_file_actions_adddup2(&actions_, from, to), "adddup2");
     }
     void close(int descriptor)
     {
@@ -187,7 +211,10 @@ program_result run(const program& wanted)
     spawn_actions actions;
     actions.open(STDIN_FILENO, wanted.typed ? seat.name() : "/dev/null", O_RDWR);
     const auto out = wanted.output.value_or(streams / "out");
-    if (out.empty())
+    const pipe_without_reader pipe;
+    if (wanted.reader_has_gone)
+        actions.duplicate(pipe.descriptor(), STDOUT_FILENO);
+    else if (out.empty())
         actions.close(STDOUT_FILENO);
     else
         actions.open(STDOUT_FILENO, out, O_WRONLY | O_CREAT);
@@ -195,7 +222,7 @@ program_result run(const program& wanted)
     if (!wanted.folder.empty())
         actions.change_folder(wanted.folder);
     auto result = attend(start(wanted, actions), wanted, seat);
-    if (!wanted.output)
+    if (!wanted.output && !wanted.reader_has_gone)
         result.out = read_bytes(streams / "out");
     result.error = read_bytes(streams / "error");
     return result;

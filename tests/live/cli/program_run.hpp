@@ -16,6 +16,8 @@ struct program {
     std::filesystem::path folder; ///< to run in
     /// In place of a file that collects standard output; "" closes it.
     std::optional<std::string> output;
+    /// Standard output is a pipe that nobody reads any more.
+    bool reader_has_gone = false;
     /// Give it a terminal, on which this is typed when a question appears. Otherwise there is none.
     std::optional<std::string> typed;
     /// Is called while it runs, again and again, until it returns true; then it gets a SIGTERM.

@@ -17,7 +17,8 @@ enum class transfer_mode {
     text ///< line ends are converted; FTP only
 };
 
-/// A connection to a server, logged in. Owns it; closing is destruction.
+/// A connection to a server, logged in. Owns it; closing is destruction, which says goodbye: an FTP
+/// server that does not answer that can hold it up for two minutes.
 ///
 /// Paths on the server are UTF-8, absolute or relative to the working folder; "." and ".." are
 /// resolved as in a URL, without the server. Over SFTP "~" and "~/..." mean the login folder.
