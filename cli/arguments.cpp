@@ -157,7 +157,7 @@ std::optional<arguments> read_arguments(int count, const char* const* values, st
         answer = std::string(version.what()) + '\n';
         return std::nullopt;
     } catch (const CLI::ParseError& error) {
-        throw usage_error(without_logins(error.what()));
+        throw usage_error(error.what());
     }
     if (first_given->count() > 0)
         given.operands.push_back(first);

@@ -52,10 +52,10 @@ public:
 };
 
 /// Reads the command line; none when a text was asked for (help, version), which is in `answer`.
-/// Raises usage_error, with a text that never shows a password of the URL.
+/// Raises usage_error; its text may repeat any of it.
 std::optional<arguments> read_arguments(int count, const char* const* values, std::string& answer);
 
-/// `text` with user and password of each URL in it made unreadable.
+/// `text` with user and password of each URL in it made unreadable, for showing it.
 std::string without_logins(const std::string& text);
 
 } // namespace tarnix::cli

@@ -26,7 +26,29 @@ std::string text_of(const std::exception& error)
     if (const auto* identified =
             dynamic_cast<const foundation::core::except::IMsgIDException*>(&error))
         return host::message_text(identified->message_id());
+    // The user may have put the URL where it does not belong.
+    if (dynamic_cast<const usage_error*>(&error))
+        return without_logins(error.what());
     return error.what();
+}
+
+/// Says what went wrong, except to those who know or cannot hear it.
+exit_code report(const std::exception& error)
+{
+    const auto* output = dynamic_cast<const output_error*>(&error);
+    if (!interrupted() && !(output && output->reader_has_gone()))
+        write_message(text_of(error));
+    return exit_code_of(error);
+}
+
+template <typename Work>
+exit_code reported(Work work)
+{
+    try {
+        return work();
+    } catch (const std::exception& error) {
+        return report(error);
+    }
 }
 
 exit_code run(int count, const char* const* values)
@@ -51,16 +73,10 @@ exit_code run(int count, const char* const* values)
         io::ftp::core::getLogger().set_levels(given->trace_levels);
     }
     ftp::session session(server, options);
-    return run_command(session, *given);
-}
-
-/// Says what went wrong, except to those who know or cannot hear it.
-exit_code report(const std::exception& error)
-{
-    const auto* output = dynamic_cast<const output_error*>(&error);
-    if (!interrupted() && !(output && output->reader_has_gone()))
-        write_message(text_of(error));
-    return exit_code_of(error);
+    const auto code = reported([&] { return run_command(session, *given); });
+    // The work is done: a server that does not take leave must not keep the user waiting.
+    exit_in_time(static_cast<int>(code));
+    return code;
 }
 
 } // namespace
@@ -70,14 +86,11 @@ exit_code report(const std::exception& error)
 int main(int count, char** values)
 {
     using namespace tarnix::cli;
-    auto code = exit_code::internal;
-    try {
+    const auto code = reported([&] {
         occupy_standard_streams();
         catch_interrupts();
-        code = run(count, values);
-    } catch (const std::exception& error) {
-        code = report(error);
-    }
+        return run(count, values);
+    });
     end_as_interrupted();
     return static_cast<int>(code);
 }

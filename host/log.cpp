@@ -51,7 +51,7 @@ struct basic_diagnostic_logger<CharT>::state {
             "Depth", logging::attributes::make_function([this] { return current_depth(); }));
         // Opening a record makes all that Boost.Log keeps for threads. What is made before the
         // logger is destroyed after it, so that the logger can be used to the end of its life.
-        static_cast<void>(open(0));
+        static_cast<void>(source.open_record());
     }
 
     ~state() { core->remove_sink(no_output); }
@@ -66,7 +66,8 @@ struct basic_diagnostic_logger<CharT>::state {
 
     logging::record open(unsigned level)
     {
-        // A program may have removed all sinks since the last record.
+        // Not before: a program that traces nothing keeps Boost.Log as it is. And each time anew,
+        // for it may have removed all sinks since.
         core->add_sink(no_output);
         return source.open_record(logging::keywords::severity = static_cast<int>(level));
     }

@@ -135,8 +135,10 @@ std::vector<std::string> remote_view::names(const std::string& path, const std::
 void remote_view::raise_for_folder(const std::string& path, const std::string& what,
                                    const answer& given)
 {
-    if (given.code != CURLE_REMOTE_ACCESS_DENIED || is_sftp_)
+    if (is_sftp_)
         raise(what, given);
+    if (given.code != CURLE_REMOTE_ACCESS_DENIED)
+        raise(what, given, failure_kind::permission);
     if (has_file(path))
         raise(what, failure_kind::not_found, "it is not a folder");
     const auto kind = is_listed(path) ? failure_kind::permission : failure_kind::not_found;
@@ -152,10 +154,11 @@ void remote_view::raise(const std::string& what, failure_kind kind, const std::s
     throw failure(kind, what + ": " + reason);
 }
 
-void remote_view::raise(const std::string& what, const answer& given) const
+void remote_view::raise(const std::string& what, const answer& given,
+                        failure_kind file_unavailable) const
 {
     if (const auto& refusal = given.server.refusal())
-        raise(what, kind_of_refusal(*refusal, failure_kind::not_found), *refusal);
+        raise(what, kind_of_refusal(*refusal, file_unavailable), *refusal);
     raise(what, kind_of(given.code), given.error);
 }
 

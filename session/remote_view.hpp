@@ -41,7 +41,8 @@ private:
     std::string fetch(const std::string& path, const std::string& what, question form);
     [[noreturn]] void raise_for_folder(const std::string& path, const std::string& what,
                                        const answer& given);
-    [[noreturn]] void raise(const std::string& what, const answer& given) const;
+    [[noreturn]] void raise(const std::string& what, const answer& given,
+                            failure_kind file_unavailable = failure_kind::not_found) const;
 
     connection& link_;
     std::string server_url_;

@@ -124,7 +124,6 @@ std::string folder_of(const url& server)
     return server.path.substr(1);
 }
 
-/// The path of a URL stands for anonymous FTP when it names no user.
 void fill_in_login(settings& all, const std::optional<std::string>& user)
 {
     constexpr auto anonymous = "anonymous";
@@ -160,13 +159,13 @@ settings make_settings(const url& server, const session_options& options)
     all.ca_file = options.ca_file.empty() ? system_ca_file() : options.ca_file;
     all.fingerprint = bare_fingerprint(options.host_key_fingerprint);
     all.with_key = !options.private_key_file.empty();
+    fill_in_login(all, only_one(server.user, options.user, "user name"));
     if (all.is_sftp()) {
         check_sftp(options);
     } else {
         all.tls = tls_text(server.scheme, options.tls);
         check_ftp(all);
     }
-    fill_in_login(all, only_one(server.user, options.user, "user name"));
     return all;
 }
 

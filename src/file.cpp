@@ -198,8 +198,10 @@ void sftp_rename_remote_file(curl_ptr& handle, const ustring& from, const ustrin
         "void tarnix::io::ftp::core::sftp_rename_remote_file(curl_ptr &, const fl::ustring &, "
         "const fl::ustring &)",
         source, __LINE__};
-    const auto old_path = absolute_path(handle, fl::i18n::ustring_to_utf8(from));
-    const auto new_path = absolute_path(handle, fl::i18n::ustring_to_utf8(to));
+    const auto old_name = fl::i18n::ustring_to_utf8(from);
+    const auto new_name = fl::i18n::ustring_to_utf8(to);
+    const auto old_path = absolute_path(handle, old_name);
+    const auto new_path = absolute_path(handle, new_name);
     rename_with(handle, {"rename \"" + old_path + "\" \"" + new_path + "\""});
 }
 

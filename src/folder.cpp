@@ -136,6 +136,7 @@ void sftp_delete_folder(curl_ptr& handle, const std::string& path)
     const auto full = fullfile(handle, percent_encode_path(handle, path));
     slist commands{"rmdir \"" + path + "\""};
     const auto url = add_trailing_slash(fullurl(handle, full, false));
+    // The move back at the end of the request empties the buffer again, unless it fails too.
     std::array<char, CURL_ERROR_SIZE> error{};
     const auto [code, reply] = scoped_request(handle)
                                    .setopt(CURLOPT_ERRORBUFFER, error.data(), nullptr)

@@ -16,10 +16,6 @@
 
 namespace tarnix::io::ftp::core {
 
-namespace {
-
-constexpr auto source = "src/module";
-
 /// The class `tarnix.io.internal.Connection`: each object owns one session handle.
 class connection_class_info final : public zobs::COSClassInfo {
 public:
@@ -56,6 +52,10 @@ public:
     bool is_released_with_last_reference() const override { return true; }
     bool is_info_released_by_host() const override { return true; }
 };
+
+namespace {
+
+constexpr auto source = "src/module";
 
 std::size_t element_count(const txArray& array)
 {

@@ -28,8 +28,8 @@ int checked_length(const std::string& s)
     return static_cast<int>(s.size());
 }
 
-/// Refers to the logger when the library is loaded, so that the logger, and the thread-local
-/// state of Boost.Log below it, outlive every static session handle of the program.
+/// Makes the logger when the library is loaded, so that it, and the thread-local state of
+/// Boost.Log below it, outlive every static session handle of the program.
 [[maybe_unused]] const auto& logger_at_load = getLogger();
 
 } // namespace

@@ -41,6 +41,14 @@ TEST_F(cd_options, unsafe_cd_puts_nobody_back_when_the_request_raises)
     EXPECT_EQ(recorder_.take(), moving_to("ftp://server/pub/"));
 }
 
+TEST_F(cd_options, unsafe_cd_passes_what_a_log_sink_raises_on_with_nobody_put_back)
+{
+    log_recorder log(getLogger(), 8);
+    log.in_sink([](const log_record&) { throw 1; });
+    EXPECT_THROW(unsafe_cd(handle_, "ftp://server/pub"), int);
+    EXPECT_EQ(recorder_.take(), moving_to("ftp://server/pub/"));
+}
+
 TEST_F(cd_options, unsafe_cd_on_an_empty_handle_raises)
 {
     const curl_ptr holder(std::move(handle_));

@@ -297,6 +297,11 @@ TEST_F(sftp_delete_options, prints_no_second_line_feed)
               "\nlibcurl: (21) rmdir command failed\n");
 }
 
+TEST_F(sftp_delete_options, prints_percent_signs_as_they_are)
+{
+    EXPECT_EQ(printed(CURLE_QUOTE_ERROR, "100%s %d"), "\nlibcurl: (21) 100%s %d\n");
+}
+
 TEST_F(sftp_delete_options, prints_the_name_of_the_code_when_there_is_no_text)
 {
     EXPECT_EQ(printed(CURLE_COULDNT_CONNECT, ""),

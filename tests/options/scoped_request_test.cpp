@@ -277,6 +277,17 @@ TEST_F(scoped_request_options, a_failure_while_putting_back_ends_the_process)
         "");
 }
 
+TEST_F(scoped_request_options, a_log_sink_that_raises_on_the_way_back_ends_the_process)
+{
+    EXPECT_DEATH(
+        {
+            log_recorder log(getLogger(), 8);
+            log.in_sink([](const log_record&) { throw 1; });
+            scoped_request(handle_).seturl("ftp://server/a");
+        },
+        "");
+}
+
 TEST(StringList, keeps_its_entries_in_order)
 {
     const slist list{"RNFR a", "RNTO b"};

@@ -58,6 +58,13 @@ TEST_F(transfer_options, upload_of_an_empty_file_announces_size_0)
     EXPECT_EQ(recorder_.uploaded(), "");
 }
 
+TEST_F(transfer_options, upload_announces_a_size_beyond_4_gibibytes)
+{
+    files_.size = std::size_t{5} << 30;
+    send_file(handle_, u"local", u"x", false);
+    EXPECT_EQ(recorder_.take(), uploading("ftp://server/home/u/x", "0", "5368709120"));
+}
+
 TEST_F(transfer_options, after_an_upload_reading_is_from_standard_input_by_fread_again)
 {
     send_file(handle_, u"local", u"x", true);

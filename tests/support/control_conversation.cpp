@@ -24,8 +24,6 @@ std::string quoted(const std::string& path)
 
 } // namespace
 
-const std::string control_conversation::greeting = "(greeting)";
-
 std::string control_conversation::end_of(const std::string& word)
 {
     return word + " (end)";

@@ -47,7 +47,7 @@ struct server_state {
 class control_conversation {
 public:
     /// The words under which the greeting and the reply after a transfer are scripted.
-    static const std::string greeting;
+    static constexpr auto greeting = "(greeting)";
     static std::string end_of(const std::string& word);
 
     control_conversation(tcp_stream control, int number, server_state& server);

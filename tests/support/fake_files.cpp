@@ -138,7 +138,7 @@ provider::FileAttributes File::getAttributes() const
     files.write_down("size of " + tarnix::test::narrow(path_));
     if (files.before_size)
         files.before_size();
-    return provider::FileAttributes(files.content.size());
+    return provider::FileAttributes(files.size.value_or(files.content.size()));
 }
 
 } // namespace foundation::storage::vfs

@@ -2,11 +2,12 @@
 
 #include <tarnix/io/common/file.hpp>
 
+#include <cstddef>
 #include <deque>
 #include <exception>
 #include <functional>
-#include <map>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -27,6 +28,7 @@ public:
     fake_files& operator=(const fake_files&) = delete;
 
     std::string content;                 ///< read from, appended to
+    std::optional<std::size_t> size;     ///< what the file system says; without one the truth
     std::function<void()> before_open;   ///< may throw
     std::function<void()> before_size;   ///< may throw
     std::deque<io_result> read_results;  ///< for the coming reads, instead of the content

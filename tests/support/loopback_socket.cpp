@@ -194,23 +194,27 @@ std::size_t tcp_stream::write_piece(std::string_view bytes)
     }
 }
 
-tcp_listener::tcp_listener(const stop_signal& stop) : socket_(new_socket()), stop_(&stop), port_(0)
+bound_port::bound_port() : socket_(new_socket()), number_(0)
 {
     auto address = loopback(0);
     checked(bind(socket_.number(), generic(address), sizeof address), "bind");
-    checked(listen(socket_.number(), SOMAXCONN), "listen");
     socklen_t size = sizeof address;
     checked(getsockname(socket_.number(), reinterpret_cast<sockaddr*>(&address), &size),
             "getsockname");
-    port_ = ntohs(address.sin_port);
+    number_ = ntohs(address.sin_port);
+}
+
+tcp_listener::tcp_listener(const stop_signal& stop) : stop_(&stop)
+{
+    checked(listen(port_.descriptor_number(), SOMAXCONN), "listen");
 }
 
 tcp_stream tcp_listener::accept()
 {
     for (;;) {
-        wait_for(socket_.number(), POLLIN, *stop_);
+        wait_for(port_.descriptor_number(), POLLIN, *stop_);
         descriptor accepted(
-            accept4(socket_.number(), nullptr, nullptr, SOCK_CLOEXEC | SOCK_NONBLOCK));
+            accept4(port_.descriptor_number(), nullptr, nullptr, SOCK_CLOEXEC | SOCK_NONBLOCK));
         if (accepted.number() >= 0)
             return {std::move(accepted), *stop_};
         if (!would_block() && errno != ECONNABORTED)

@@ -77,18 +77,31 @@ private:
     pacing pacing_;
 };
 
+/// Holds a port of 127.0.0.1 that the system chooses. As long as nobody listens on the descriptor,
+/// connections to it are refused.
+class bound_port {
+public:
+    bound_port();
+
+    unsigned short number() const { return number_; }
+    int descriptor_number() const { return socket_.number(); }
+
+private:
+    descriptor socket_;
+    unsigned short number_;
+};
+
 /// Listens on 127.0.0.1 on a port that the system chooses.
 class tcp_listener {
 public:
     explicit tcp_listener(const stop_signal& stop);
 
-    unsigned short port() const { return port_; }
+    unsigned short port() const { return port_.number(); }
     tcp_stream accept();
 
 private:
-    descriptor socket_;
+    bound_port port_;
     const stop_signal* stop_;
-    unsigned short port_;
 };
 
 /// Copies bytes both ways until one side ends.

@@ -26,7 +26,7 @@ public:
     // Scripts. `word` is a command word in capitals, or one of the next two.
 
     /// The reply to connecting.
-    static const std::string& greeting() { return control_conversation::greeting; }
+    static std::string greeting() { return control_conversation::greeting; }
     /// The reply at the end of a transfer that `word` began.
     static std::string end_of(const std::string& word)
     {

@@ -142,6 +142,14 @@ TEST_F(FolderTest, relative_create_after_a_dropped_connection_lands_in_the_login
     EXPECT_TRUE(server().tree().is_folder("/home/u/new"));
 }
 
+TEST_F(FolderTest, line_end_in_a_path_is_refused_with_its_url_and_begins_no_command)
+{
+    const std::string path = "new\r\nDELE plain";
+    EXPECT_ERROR_ID(create_folder(session(), path), id_of<ids::InternalError>("mkdir", path));
+    EXPECT_EQ(server().received(), login_again());
+    expect_usable_session();
+}
+
 // Deleting
 
 TEST_F(FolderTest, delete_folder_is_one_command)
@@ -188,6 +196,38 @@ INSTANTIATE_TEST_SUITE_P(
                     refusal_row{{"not_logged_in"}, 530, id_of<ids::FTPError>(530)},
                     refusal_row{{"bad_name"}, 553, id_of<ids::FTPError>(553)}),
     label_of<refusal_row>);
+
+TEST_F(FolderTest, relative_delete_after_a_dropped_connection_happens_in_the_login_folder)
+{
+    server().tree().add_folder("/home/u/same");
+    server().tree().add_folder("/srv/same");
+    cd(session(), "ftp://127.0.0.1//srv");
+    server().drop_connections();
+    delete_folder(session(), "same");
+    EXPECT_FALSE(server().tree().is_folder("/home/u/same"));
+    EXPECT_TRUE(server().tree().is_folder("/srv/same"));
+    EXPECT_EQ(current_remote_url(session()), "ftp://127.0.0.1//srv/");
+}
+
+TEST_F(FolderTest, absolute_delete_after_a_dropped_connection_is_safe)
+{
+    server().tree().add_folder("/home/u/same");
+    server().tree().add_folder("/srv/same");
+    cd(session(), "ftp://127.0.0.1//srv");
+    server().drop_connections();
+    delete_folder(session(), "/srv/same");
+    EXPECT_TRUE(server().tree().is_folder("/home/u/same"));
+    EXPECT_FALSE(server().tree().is_folder("/srv/same"));
+}
+
+TEST_F(FolderTest, refusal_is_reported_even_when_the_way_back_cannot_log_in)
+{
+    server().reply_to("RMD", 550, "No.");
+    server().reply_to("PASS", 530, "Not twice.");
+    EXPECT_ERROR_ID(delete_folder(session(), "old data"), id_of<ids::FolderNotEmpty>("old data"));
+    EXPECT_EQ(server().received(), sent("RMD old data", "USER u", "PASS secret"));
+    expect_usable_session();
+}
 
 TEST_F(FolderTest, delete_folder_on_a_connection_that_dies_is_an_ftp_error)
 {

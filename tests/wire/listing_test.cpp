@@ -53,6 +53,18 @@ TEST_F(ListingTest, path_is_sent_as_given)
     expect_usable_session();
 }
 
+TEST_F(ListingTest, line_end_in_a_path_begins_another_command)
+{
+    EXPECT_EQ(nlst(session(), "\r\nDELE b.txt"), "a folder\nb.txt\n");
+    // Nobody asked for the second reply, so it is taken for that to the next command.
+    EXPECT_ERROR_ID(
+        pwd(session()),
+        id_of<ids::InternalError>(
+            "PWD", "Could not match any server responses to the PWD command: 250 Deleted.\r\n"));
+    EXPECT_THAT(server().received(), testing::Contains("DELE b.txt"));
+    EXPECT_FALSE(server().tree().is_file("/home/u/b.txt"));
+}
+
 TEST_F(ListingTest, dir_gives_each_name)
 {
     EXPECT_THAT(dir(session(), ""), ElementsAre("a folder", "b.txt"));

@@ -202,6 +202,15 @@ TEST_F(TransferTest, upload_after_a_dropped_connection_goes_to_the_working_folde
     EXPECT_EQ(server().tree().read("/home/u/sub/up"), "x");
 }
 
+TEST_F(TransferTest, line_end_in_a_remote_name_is_refused_and_begins_no_command)
+{
+    const auto file = make_local("f", "x");
+    EXPECT_ERROR_ID(send_file(session(), file, u"a\r\nDELE f", false),
+                    id_of<ids::UploadFailed>(file));
+    EXPECT_EQ(server().received(), login_again());
+    expect_usable_session();
+}
+
 // Downloads
 
 TEST_F(TransferTest, download_is_binary_byte_for_byte)

@@ -225,6 +225,24 @@ TEST_F(session_handle, move_assignment_cleans_up_before_it_changes_its_initializ
     EXPECT_EQ(events(), (calls{"cleanup", "new gone"}));
 }
 
+TEST_F(session_handle, a_handle_that_was_assigned_from_keeps_its_hold_on_the_initializer)
+{
+    std::optional<curl_ptr> source;
+    {
+        fake_framework framework;
+        framework.add(initializer("initializer"));
+        source.emplace();
+    }
+    {
+        curl_ptr target(false);
+        target = std::move(*source);
+        events();
+    }
+    EXPECT_EQ(events(), calls{"cleanup"});
+    source.reset();
+    EXPECT_EQ(events(), calls{"initializer gone"});
+}
+
 TEST_F(session_handle, move_assignment_to_an_empty_handle_cleans_nothing_up)
 {
     curl_ptr target(false);

@@ -159,6 +159,7 @@ TEST_F(path_text, the_scheme_is_compared_exactly_so_capitals_are_ftp)
 {
     EXPECT_EQ(make_absolute_url(handle_, "SFTP://host/home", "/x", false), "SFTP://host//x");
     EXPECT_EQ(make_absolute_url(handle_, "xsftp://host/home", "/x", false), "xsftp://host//x");
+    EXPECT_EQ(make_absolute_url(handle_, "sftp:a://host/home", "/x", false), "sftp:a://host//x");
 }
 
 TEST_F(path_text, the_first_colon_with_two_slashes_ends_the_scheme)

@@ -1,6 +1,8 @@
 #include "captured_output.hpp"
 #include "recorded_log.hpp"
 
+#include <tarnix/host/log_sink.hpp>
+
 #include <foundation/log/diagnostic_logger.hpp>
 
 #include <boost/log/attributes/attribute_value_impl.hpp>
@@ -9,6 +11,7 @@
 #include <gmock/gmock.h>
 
 #include <future>
+#include <sstream>
 #include <stdexcept>
 #include <string>
 #include <thread>
@@ -212,14 +215,27 @@ TEST(logger_test, nothing_is_written_to_standard_output_when_there_is_no_sink)
     EXPECT_EQ(output.text(), "");
 }
 
-TEST(logger_test, boost_log_is_left_as_it_was_found)
+TEST(logger_test, boost_log_is_left_as_it_is_until_something_is_traced)
+{
+    captured_output output(1);
+    const logger log("a channel");
+    write_plain_record("of the program");
+    EXPECT_THAT(output.text(), testing::HasSubstr("of the program"));
+}
+
+TEST(logger_test, boost_log_is_as_before_when_the_logger_and_the_sink_are_gone)
 {
     captured_output output(1);
     {
         logger log("a channel");
+        std::ostringstream stream;
+        const tarnix::host::stream_log_sink sink(stream);
+        log.set_levels(4);
+        log.write(4, "traced");
     }
     write_plain_record("of the program");
-    EXPECT_THAT(output.text(), testing::HasSubstr("of the program"));
+    EXPECT_THAT(output.text(), testing::AllOf(testing::HasSubstr("of the program"),
+                                              testing::Not(testing::HasSubstr("traced"))));
 }
 
 } // namespace

@@ -4,7 +4,7 @@
 
 #include <gmock/gmock.h>
 
-#include <cstddef>
+#include <ostream>
 #include <string>
 #include <tuple>
 #include <type_traits>
@@ -22,6 +22,11 @@ namespace ids = tarnix::io::ftp::core::ids;
 struct sample {
     BaseMsgID message;
     std::vector<std::string> arguments;
+
+    friend std::ostream& operator<<(std::ostream& stream, const sample& value)
+    {
+        return stream << value.message.id;
+    }
 };
 
 template <typename Argument>

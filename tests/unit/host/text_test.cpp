@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <exception>
+#include <ostream>
 #include <string>
 
 namespace {
@@ -14,6 +15,11 @@ using fl::i18n::utf8_to_ustring;
 struct pair_of_texts {
     std::string utf8;
     ustring utf16;
+
+    friend std::ostream& operator<<(std::ostream& stream, const pair_of_texts& value)
+    {
+        return stream << testing::PrintToString(value.utf8);
+    }
 };
 
 class well_formed_test : public testing::TestWithParam<pair_of_texts> {};

@@ -22,7 +22,8 @@ struct standalone_options {
 class TARNIX_PLATFORM_EXPORT standalone {
 public:
     /// Starts the service framework and registers the services. Raises `std::logic_error` while
-    /// another one lives, and `std::runtime_error` when libcurl cannot be initialised.
+    /// another one lives, and `std::runtime_error` when libcurl cannot be initialised or the
+    /// system's proxy settings cannot be had; nothing is left behind then.
     explicit standalone(const standalone_options& options = {});
     /// Takes the services back, stops the framework and waits until it has stopped. Sessions that
     /// still live keep libcurl initialised and stay usable; new ones cannot be made.

@@ -32,9 +32,9 @@ class COSNamespace;
 /// is the URL on its easy handle; relative paths are meant from there. Remote paths and URLs are
 /// UTF-8, local paths and the paths of file operations are UTF-16.
 ///
-/// Failures are exceptions that carry a message identifier (errors.hpp). Every operation raises
-/// InvalidCurlHandle for an empty handle; that is not repeated below. A handle is used by one
-/// thread at a time; different handles may be used by different threads at once.
+/// Failures are exceptions that carry a message identifier (errors.hpp). Every operation that uses
+/// the session raises InvalidCurlHandle for an empty handle; that is not repeated below. A handle
+/// is used by one thread at a time; different handles may be used by different threads at once.
 namespace tarnix::io::ftp::core {
 
 using fl::ustring;
@@ -212,8 +212,9 @@ TARNIX_FTP_EXPORT std::string syst(curl_ptr& handle);
 /// Logs in over FTP and returns the working folder. `url` begins "ftp://". Active mode only for
 /// `connection_mode` "active"; `tls_mode` is "none", "opportunistic" or "strict" (explicit TLS).
 /// Speeds in bytes per second, times in seconds. Costs four requests. When the folder of `url`
-/// cannot be entered, warns and goes to the login folder. Raises BadLogin, NoConnection,
-/// NoSuchDirectory, or InternalError for another `tls_mode`. Options stay set when it fails.
+/// cannot be entered, warns, goes to the login folder and tries once more; refused again, raises
+/// NoSuchDirectory with the session left at the login folder. Raises BadLogin, NoConnection, or
+/// InternalError for another `tls_mode`. Options stay set when it fails.
 TARNIX_FTP_EXPORT std::string connect(curl_ptr& handle, const std::string& url,
                                       const std::string& username, const std::string& password,
                                       const long port, const std::string& connection_mode,
@@ -257,8 +258,8 @@ TARNIX_FTP_EXPORT void configure_proxy(curl_ptr& handle);
 
 // Folders and listings
 
-/// True when the session can change into `path`; every failure reads as false. Costs four
-/// requests over FTP.
+/// True when the session can change into `path`; every failure reads as false. Three requests,
+/// two for a folder that cannot be entered.
 TARNIX_FTP_EXPORT bool is_folder(curl_ptr& handle, const std::string& path);
 
 /// Creates a folder over FTP. Two requests. Raises CouldNotCreateFolder or InternalError.
@@ -336,7 +337,8 @@ TARNIX_FTP_EXPORT zobs::COSNamespace* getFTPCorePackage();
 TARNIX_FTP_EXPORT void do_init();
 
 /// The session handle of the `Connection` object that is the first element of `array`; valid while
-/// that object lives. Raises CurlHandleUnwrapFailed for everything else.
+/// that object lives. Raises CurlHandleUnwrapFailed for everything else; what completing the
+/// array's dimensions raises passes through.
 TARNIX_FTP_EXPORT curl_ptr& get_curl_ptr(const txArray* array);
 
 template <typename Value>

@@ -1,0 +1,37 @@
+#pragma once
+
+#include <filesystem>
+#include <functional>
+#include <map>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace tarnix::test {
+
+/// How a child process is started. It gets no environment but this one.
+struct program {
+    std::vector<std::string> arguments; ///< behind the program's name
+    std::map<std::string, std::string> environment;
+    std::filesystem::path folder; ///< to run in
+    /// In place of a file that collects standard output; "" closes it.
+    std::optional<std::string> output;
+    /// Give it a terminal, on which this is typed when a question appears. Otherwise there is none.
+    std::optional<std::string> typed;
+    /// Is called while it runs, again and again, until it returns true; then it gets a SIGTERM.
+    std::function<bool()> terminate_when;
+};
+
+struct program_result {
+    int code = -1;   ///< exit code, or -1
+    int signal = 0;  ///< that ended it, or 0
+    std::string out; ///< standard output
+    std::string error;
+    std::string terminal; ///< what the terminal showed
+};
+
+/// Runs tarnix-ftp to its end. Raises `std::runtime_error` when it does not end in time; it is dead
+/// then.
+program_result run(const program& wanted);
+
+} // namespace tarnix::test

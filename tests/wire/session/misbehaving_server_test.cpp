@@ -1,0 +1,230 @@
+#include <tarnix/ftp/session.hpp>
+#include <tarnix/host/standalone.hpp>
+
+#include <support/scripted_server.hpp>
+#include <support/temporary_folder.hpp>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <chrono>
+#include <functional>
+#include <string>
+
+namespace tarnix::test {
+namespace {
+
+using namespace std::chrono_literals;
+using ftp::failure_kind;
+using testing::Contains;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::Not;
+using testing::StartsWith;
+
+class MisbehavingServerTest : public testing::Test {
+protected:
+    ftp::url url() const
+    {
+        auto server = ftp::parse_url("ftp://127.0.0.1");
+        server.port = server_.port();
+        return server;
+    }
+
+    ftp::session connect() const { return ftp::session(url(), options_); }
+
+    static std::string failure_of_kind(failure_kind expected,
+                                       const std::function<void()>& operation)
+    {
+        try {
+            operation();
+            ADD_FAILURE() << "did not fail";
+        } catch (const ftp::failure& failure) {
+            EXPECT_EQ(failure.kind(), expected) << failure.what();
+            return failure.what();
+        }
+        return "";
+    }
+
+    auto count_of(const std::string& word) const
+    {
+        const auto received = server_.received();
+        return std::count_if(received.begin(), received.end(),
+                             [&](const auto& line) { return line.starts_with(word); });
+    }
+
+    const host::standalone host_;
+    scripted_server server_{"/home"};
+    ftp::session_options options_;
+    temporary_folder local_;
+};
+
+TEST_F(MisbehavingServerTest, one_login_serves_the_whole_session)
+{
+    auto session = connect();
+    session.make_folder("a");
+    session.change_folder("a");
+    EXPECT_THAT(session.names(), IsEmpty());
+    EXPECT_EQ(count_of("PASS"), 1);
+}
+
+TEST_F(MisbehavingServerTest, a_password_is_tried_once)
+{
+    server_.reply_to("PASS", 530, "no");
+    EXPECT_THAT(failure_of_kind(failure_kind::login, [&] { connect(); }), HasSubstr("530 no"));
+    EXPECT_EQ(count_of("PASS"), 1);
+}
+
+TEST_F(MisbehavingServerTest, a_server_that_is_full_is_no_refused_login)
+{
+    server_.reply_to(scripted_server::greeting(), 421, "too many connections");
+    EXPECT_THAT(failure_of_kind(failure_kind::connection, [&] { connect(); }),
+                HasSubstr("421 too many"));
+}
+
+TEST_F(MisbehavingServerTest, no_password_goes_to_a_server_without_tls)
+{
+    auto server = url();
+    server.scheme = ftp::protocol::ftpes;
+    failure_of_kind(failure_kind::security, [&] { ftp::session(server, options_); });
+    EXPECT_THAT(server_.received(), Not(Contains(StartsWith("PASS"))));
+    EXPECT_THAT(server_.received(), Not(Contains(StartsWith("USER"))));
+}
+
+TEST_F(MisbehavingServerTest, silence_at_the_greeting_ends)
+{
+    server_.stay_silent_on(scripted_server::greeting());
+    options_.connect_timeout = 1s;
+    failure_of_kind(failure_kind::connection, [&] { connect(); });
+}
+
+TEST_F(MisbehavingServerTest, silence_ends)
+{
+    options_.reply_timeout = 1s;
+    server_.tree().add_file("/home/file", "x");
+    auto session = connect();
+    server_.stay_silent_on("RETR");
+    failure_of_kind(failure_kind::connection, [&] { session.download("file", local_ / "x"); });
+    server_.clear_script();
+    EXPECT_TRUE(session.exists("file"));
+}
+
+TEST_F(MisbehavingServerTest, a_transfer_in_which_nothing_moves_ends)
+{
+    options_.reply_timeout = 1s;
+    server_.tree().add_file("/home/file", std::string(1000, 'x'));
+    auto session = connect();
+    pacing slow;
+    slow.piece = 100;
+    slow.gap = 1h;
+    server_.pace_data(slow);
+    EXPECT_THAT(
+        failure_of_kind(failure_kind::connection, [&] { session.download("file", local_ / "x"); }),
+        HasSubstr("does not answer"));
+}
+
+TEST_F(MisbehavingServerTest, a_session_can_be_cancelled)
+{
+    auto cancel = false;
+    options_.cancelled = [&] { return cancel || count_of("RETR") > 0; };
+    server_.tree().add_file("/home/file", "x");
+    server_.stay_silent_on("RETR");
+    auto session = connect();
+    failure_of_kind(failure_kind::cancelled, [&] { session.download("file", local_ / "x"); });
+    cancel = true;
+    failure_of_kind(failure_kind::cancelled, [&] { connect(); });
+}
+
+TEST_F(MisbehavingServerTest, commands_name_absolute_paths)
+{
+    auto session = connect();
+    server_.tree().add_folder("/home/work");
+    session.change_folder("work");
+    // The next command comes on a new connection, which begins in the login folder.
+    server_.close_after("PWD");
+    session.exists("x");
+    server_.clear_script();
+    session.make_folder("new");
+    EXPECT_THAT(server_.received(), Contains("MKD /home/work/new"));
+    EXPECT_TRUE(server_.tree().is_folder("/home/work/new"));
+    session.remove_folder("new");
+    EXPECT_THAT(server_.received(), Contains("RMD /home/work/new"));
+}
+
+TEST_F(MisbehavingServerTest, files_exist_on_servers_that_know_no_size)
+{
+    server_.tree().add_file("/home/file", "x");
+    server_.reply_to("SIZE", 502, "what?");
+    auto session = connect();
+    EXPECT_TRUE(session.exists("file"));
+    EXPECT_TRUE(session.exists("/home"));
+    EXPECT_FALSE(session.exists("missing"));
+}
+
+TEST_F(MisbehavingServerTest, a_listing_that_fails_is_no_empty_folder)
+{
+    auto session = connect();
+    server_.reply_to("NLST", 451, "no memory");
+    EXPECT_THAT(failure_of_kind(failure_kind::transfer, [&] { session.names(); }),
+                HasSubstr("451 no memory"));
+    server_.reply_to("LIST", 550, "not for you");
+    EXPECT_THAT(failure_of_kind(failure_kind::permission, [&] { session.list(); }),
+                HasSubstr("550 not for you"));
+}
+
+TEST_F(MisbehavingServerTest, a_listing_without_matches_is_an_empty_folder)
+{
+    auto session = connect();
+    server_.reply_to("NLST", 450, "no files found");
+    EXPECT_THAT(session.names(), IsEmpty());
+}
+
+TEST_F(MisbehavingServerTest, the_servers_words_reach_the_caller)
+{
+    auto session = connect();
+    server_.reply_to("MKD", 552, "quota exceeded");
+    EXPECT_THAT(failure_of_kind(failure_kind::transfer, [&] { session.make_folder("x"); }),
+                HasSubstr("552 quota exceeded"));
+    server_.reply_to("STOR", 553, "name not allowed");
+    EXPECT_THAT(failure_of_kind(failure_kind::permission,
+                                [&] { session.upload(write_bytes(local_ / "x", "x"), "x"); }),
+                HasSubstr("553 name not allowed"));
+    server_.reply_to("RMD", 550, "not yours");
+    server_.tree().add_folder("/home/theirs");
+    EXPECT_THAT(failure_of_kind(failure_kind::permission, [&] { session.remove_folder("theirs"); }),
+                HasSubstr("550 not yours"));
+}
+
+TEST_F(MisbehavingServerTest, a_download_that_is_cut_off_fails)
+{
+    server_.tree().add_file("/home/file", std::string(100'000, 'x'));
+    auto session = connect();
+    pacing cut;
+    cut.cut_after = 50'000;
+    server_.pace_data(cut);
+    failure_of_kind(failure_kind::transfer, [&] { session.download("file", local_ / "x"); });
+}
+
+TEST_F(MisbehavingServerTest, an_upload_that_is_refused_at_its_end_fails)
+{
+    auto session = connect();
+    server_.reply_to(scripted_server::end_of("STOR"), 452, "disk full");
+    EXPECT_THAT(failure_of_kind(failure_kind::transfer,
+                                [&] { session.upload(write_bytes(local_ / "x", "x"), "x"); }),
+                HasSubstr("452 disk full"));
+}
+
+TEST_F(MisbehavingServerTest, quotes_in_the_login_folder_are_understood)
+{
+    scripted_server server("/ho\"me and #1");
+    auto where = url();
+    where.port = server.port();
+    ftp::session session(where, options_);
+    EXPECT_EQ(session.working_folder(), "/ho\"me and #1");
+    session.make_folder("new");
+    EXPECT_TRUE(server.tree().is_folder("/ho\"me and #1/new"));
+}
+
+} // namespace
+} // namespace tarnix::test
