@@ -168,7 +168,7 @@ std::string nlst(curl_ptr& handle, const std::string& path)
 std::vector<std::string_view> split_string(const std::string_view& text,
                                            const std::string_view& separator)
 {
-    if (text.empty() || separator.empty())
+    if (separator.empty())
         return {text};
     std::vector<std::string_view> pieces;
     for (std::size_t start = 0;;) {

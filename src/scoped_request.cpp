@@ -21,6 +21,19 @@ std::size_t collect(char* data, std::size_t size, std::size_t count, std::string
     return size * count;
 }
 
+/// One request; what it hands to `function` is collected. `data` goes back to `data_restored`.
+template <typename DataRestored>
+std::pair<CURLcode, std::string> perform_collecting(curl_ptr& handle, CURLoption data,
+                                                    DataRestored data_restored, CURLoption function)
+{
+    std::string text;
+    const auto [code, reply] = scoped_request(handle)
+                                   .setopt(data, &text, data_restored)
+                                   .setopt(function, &collect, nullptr)
+                                   .perform();
+    return {code, std::move(text)};
+}
+
 } // namespace
 
 slist::slist(std::initializer_list<std::string> entries)
@@ -65,28 +78,12 @@ scoped_request&& scoped_request::seturl(const std::string& url)
 
 std::pair<CURLcode, std::string> scoped_request::request_header() const
 {
-    std::string text;
-    const auto code = [&] {
-        return scoped_request(handle_)
-            .setopt(CURLOPT_HEADERDATA, &text, nullptr)
-            .setopt(CURLOPT_HEADERFUNCTION, &collect, nullptr)
-            .perform()
-            .first;
-    }();
-    return {code, std::move(text)};
+    return perform_collecting(handle_, CURLOPT_HEADERDATA, nullptr, CURLOPT_HEADERFUNCTION);
 }
 
 std::pair<CURLcode, std::string> scoped_request::request_body() const
 {
-    std::string text;
-    const auto code = [&] {
-        return scoped_request(handle_)
-            .setopt(CURLOPT_WRITEDATA, &text, stdout)
-            .setopt(CURLOPT_WRITEFUNCTION, &collect, nullptr)
-            .perform()
-            .first;
-    }();
-    return {code, std::move(text)};
+    return perform_collecting(handle_, CURLOPT_WRITEDATA, stdout, CURLOPT_WRITEFUNCTION);
 }
 
 std::pair<CURLcode, long> scoped_request::request_quoted(const std::string& url,
