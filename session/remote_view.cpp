@@ -77,6 +77,28 @@ bool remote_view::has(const std::string& path)
     raise(looking_at(path), given);
 }
 
+bool remote_view::has_plain_file(const std::string& path)
+{
+    if (has_folder(path))
+        return false;
+    if (is_sftp_)
+        return has(path);
+    const auto given = ask(url(path), question::file);
+    if (given.server.has_file_size())
+        return true;
+    // To a server that knows SIZE, what has none and is listed is a folder that is locked.
+    if (given.code == CURLE_REMOTE_FILE_NOT_FOUND || given.code == CURLE_REMOTE_ACCESS_DENIED)
+        return false;
+    if (given.code != CURLE_OK)
+        raise(looking_at(path), given);
+    if (!is_listed(path))
+        return false;
+    const auto opened = ask(url(path), question::first_bytes);
+    if (opened.code == CURLE_OK || opened.code == CURLE_WRITE_ERROR)
+        return true;
+    raise(looking_at(path), opened, failure_kind::permission);
+}
+
 /// Over FTP, by the SIZE that libcurl sends. Some servers do not know it.
 bool remote_view::has_file(const std::string& path)
 {

@@ -149,6 +149,74 @@ TEST_P(SessionOperationsTest, says_why_a_folder_cannot_be_removed)
     EXPECT_TRUE(fs::exists(remote("full/file")));
 }
 
+TEST_P(SessionOperationsTest, tells_files_from_folders)
+{
+    make_remote_file("file", "x");
+    make_remote_file("empty", "");
+    make_remote_folder("folder");
+    make_remote_folder("locked");
+    fs::permissions(remote("locked"), fs::perms::owner_all);
+    EXPECT_TRUE(session_.is_file("file"));
+    EXPECT_TRUE(session_.is_file("empty"));
+    EXPECT_FALSE(session_.is_file("folder"));
+    EXPECT_FALSE(session_.is_file("locked"));
+    EXPECT_FALSE(session_.is_file("missing"));
+    EXPECT_FALSE(session_.is_file("missing/file"));
+    EXPECT_FALSE(session_.is_file("/"));
+}
+
+TEST_P(SessionOperationsTest, removes_files)
+{
+    make_remote_folder("folder");
+    for (const std::string name : {"file", "folder/file", "quote\"\\ and #"}) {
+        make_remote_file(name, "x");
+        session_.remove_file(name);
+        EXPECT_FALSE(fs::exists(remote(name))) << name;
+    }
+}
+
+TEST_P(SessionOperationsTest, says_why_a_file_cannot_be_removed)
+{
+    make_remote_folder("folder");
+    make_remote_folder("locked");
+    make_remote_file("locked/file", "x");
+    fs::permissions(remote("locked"), fs::perms::owner_all | fs::perms::others_exec);
+    EXPECT_EQ(failure_of([&] { session_.remove_file("folder"); }), failure_kind::conflict);
+    EXPECT_EQ(failure_of([&] { session_.remove_file("missing"); }), failure_kind::not_found);
+    EXPECT_EQ(failure_of([&] { session_.remove_file("locked/file"); }), failure_kind::permission);
+    EXPECT_TRUE(fs::exists(remote("folder")));
+    EXPECT_TRUE(fs::exists(remote("locked/file")));
+}
+
+TEST_P(SessionOperationsTest, renames_files_and_folders)
+{
+    make_remote_folder("folder");
+    make_remote_file("one \"1\"", "x");
+    session_.rename("one \"1\"", "folder/two \"2\"");
+    EXPECT_EQ(read_bytes(remote("folder/two \"2\"")), "x");
+    EXPECT_FALSE(fs::exists(remote("one \"1\"")));
+    session_.rename("folder", remote("other"));
+    EXPECT_EQ(read_bytes(remote("other/two \"2\"")), "x");
+}
+
+TEST_P(SessionOperationsTest, says_why_a_name_cannot_be_changed)
+{
+    make_remote_file("one", "1");
+    make_remote_file("two", "2");
+    make_remote_folder("locked");
+    fs::permissions(remote("locked"), fs::perms::owner_all | fs::perms::others_exec);
+    const auto rename = [&](const char* from, const char* to) {
+        return failure_of([&] { session_.rename(from, to); });
+    };
+    EXPECT_EQ(rename("missing", "new"), failure_kind::not_found);
+    EXPECT_EQ(rename("one", "two"), failure_kind::conflict);
+    EXPECT_EQ(rename("one", "one"), failure_kind::conflict);
+    EXPECT_EQ(rename("one", "missing/new"), failure_kind::not_found);
+    EXPECT_EQ(rename("one", "locked/new"), failure_kind::permission);
+    EXPECT_EQ(read_bytes(remote("one")), "1");
+    EXPECT_EQ(read_bytes(remote("two")), "2");
+}
+
 /// Neither text nor a multiple of a buffer.
 std::string bytes(std::size_t count)
 {
@@ -374,6 +442,11 @@ TEST_P(FtpTextModeTest, text_arrives_with_the_servers_line_ends)
     EXPECT_EQ(read_bytes(local_ / "y"), "a\nb\n");
 }
 
+TEST_P(FtpTextModeTest, the_server_tells_its_system)
+{
+    EXPECT_THAT(session_.system_type(), testing::StartsWith("UNIX"));
+}
+
 TEST_P(FtpTextModeTest, active_mode_transfers_too)
 {
     auto options = login_to(GetParam());
@@ -399,6 +472,11 @@ TEST_P(SftpOnlyTest, a_tilde_is_the_login_folder)
     EXPECT_TRUE(fs::is_directory(remote("new")));
     session_.change_folder("~");
     EXPECT_EQ(session_.working_folder(), root);
+}
+
+TEST_P(SftpOnlyTest, the_system_is_not_told)
+{
+    EXPECT_THROW(session_.system_type(), ftp::invalid_input);
 }
 
 TEST_P(SftpOnlyTest, text_mode_is_refused)

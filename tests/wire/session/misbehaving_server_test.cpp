@@ -215,6 +215,48 @@ TEST_F(MisbehavingServerTest, an_upload_that_is_refused_at_its_end_fails)
                 HasSubstr("452 disk full"));
 }
 
+TEST_F(MisbehavingServerTest, a_file_is_known_without_sizes)
+{
+    server_.tree().add_file("/home/file", "x");
+    server_.reply_to("SIZE", 502, "what?");
+    auto session = connect();
+    EXPECT_TRUE(session.is_file("file"));
+    EXPECT_FALSE(session.is_file("missing"));
+    EXPECT_FALSE(session.is_file("/home"));
+    server_.reply_to("RETR", 550, "not yours");
+    EXPECT_THAT(failure_of_kind(failure_kind::permission, [&] { session.is_file("file"); }),
+                HasSubstr("550 not yours"));
+}
+
+TEST_F(MisbehavingServerTest, a_rename_that_only_seems_to_go_well_fails)
+{
+    server_.tree().add_file("/home/file", "x");
+    auto session = connect();
+    server_.reply_to("RNTO", 452, "disk full");
+    EXPECT_THAT(failure_of_kind(failure_kind::transfer, [&] { session.rename("file", "new"); }),
+                HasSubstr("452 disk full"));
+    server_.close_on("RNTO");
+    EXPECT_THROW(session.rename("file", "new"), ftp::failure);
+    server_.reply_to("RNTO", 250, "done");
+    EXPECT_THROW(session.rename("file", "new"), ftp::failure);
+    server_.clear_script();
+    session.rename("file", "new");
+    EXPECT_TRUE(server_.tree().is_file("/home/new"));
+    EXPECT_FALSE(server_.tree().is_file("/home/file"));
+}
+
+TEST_F(MisbehavingServerTest, the_system_is_what_the_server_says)
+{
+    auto session = connect();
+    server_.reply_to("SYST", 215, "OTHER 215 x");
+    EXPECT_EQ(session.system_type(), "OTHER 215 x");
+    server_.reply_to("SYST", 502, "not told");
+    EXPECT_THAT(failure_of_kind(failure_kind::transfer, [&] { session.system_type(); }),
+                HasSubstr("502"));
+    server_.close_on("SYST");
+    failure_of_kind(failure_kind::connection, [&] { session.system_type(); });
+}
+
 TEST_F(MisbehavingServerTest, quotes_in_the_login_folder_are_understood)
 {
     scripted_server server("/ho\"me and #1");
