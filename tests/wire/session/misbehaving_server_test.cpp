@@ -178,6 +178,32 @@ TEST_F(MisbehavingServerTest, a_listing_without_matches_is_an_empty_folder)
     auto session = connect();
     server_.reply_to("NLST", 450, "no files found");
     EXPECT_THAT(session.names(), IsEmpty());
+    server_.reply_to("NLST", 450, ".: No such file or directory");
+    EXPECT_THAT(session.names(), IsEmpty());
+    server_.reply_to("LIST", 550, "No files found.");
+    EXPECT_EQ(session.list(), "");
+}
+
+TEST_F(MisbehavingServerTest, a_listing_that_is_refused_is_no_empty_folder)
+{
+    auto session = connect();
+    server_.reply_to("NLST", 450, "Permission denied");
+    EXPECT_THAT(failure_of_kind(failure_kind::permission, [&] { session.names(); }),
+                HasSubstr("450 Permission denied"));
+    server_.reply_to("LIST", 450, "Permission denied");
+    failure_of_kind(failure_kind::permission, [&] { session.list(); });
+}
+
+TEST_F(MisbehavingServerTest, a_look_that_fails_is_no_no)
+{
+    auto session = connect();
+    server_.reply_to("NLST", 425, "no data connection");
+    EXPECT_THAT(failure_of_kind(failure_kind::transfer, [&] { session.exists("x"); }),
+                HasSubstr("425 no data"));
+    server_.close_on("NLST");
+    failure_of_kind(failure_kind::connection, [&] { session.exists("x"); });
+    server_.reply_to("NLST", 450, "x: No such file or directory");
+    EXPECT_FALSE(session.exists("x"));
 }
 
 TEST_F(MisbehavingServerTest, the_servers_words_reach_the_caller)
