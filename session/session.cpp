@@ -44,10 +44,38 @@ std::string quoted(const std::string& path)
     return '"' + path + '"';
 }
 
-/// As the library takes the paths of files.
-io::ftp::core::ustring name_of_file(const remote_view& view, const std::string& path)
+/// With what a terminal or a log may not take replaced.
+std::string printable(const std::string& path)
 {
-    return fl::i18n::utf8_to_ustring(view.is_sftp() ? escape_quotes(path) : path);
+    std::string text;
+    for (const unsigned char c : path)
+        text += c >= 0x20 && c < 0x7F ? static_cast<char>(c) : '?';
+    return '"' + text + '"';
+}
+
+/// As the library takes the names of files.
+core::ustring utf16_name(const std::string& path)
+{
+    try {
+        return fl::i18n::utf8_to_ustring(path);
+    } catch (const std::exception&) {
+        throw invalid_input("the path " + printable(path) + " on the server is not UTF-8");
+    }
+}
+
+core::ustring utf16_path(const std::filesystem::path& local)
+{
+    try {
+        return local.u16string();
+    } catch (const std::exception&) {
+        throw failure(failure_kind::local_file,
+                      "the name of the local file " + printable(local.native()) + " is not UTF-8");
+    }
+}
+
+core::ustring name_for_command(const remote_view& view, const std::string& path)
+{
+    return utf16_name(view.is_sftp() ? escape_quotes(path) : path);
 }
 
 bool is_home(const std::string& path)
@@ -210,7 +238,7 @@ void session::remove_file(const std::string& path)
 {
     const auto file = state_->begin_named(path);
     auto& view = state_->view;
-    const auto name = name_of_file(view, file);
+    const auto name = name_for_command(view, file);
     state_->run(
         "cannot remove the file " + quoted(file),
         [&](core::curl_ptr& handle) {
@@ -228,8 +256,8 @@ void session::rename(const std::string& from, const std::string& to)
     const auto target = state_->begin_named(to);
     const auto what = "cannot rename " + quoted(source) + " to " + quoted(target);
     auto& view = state_->view;
-    const auto old_name = name_of_file(view, source);
-    const auto new_name = name_of_file(view, target);
+    const auto old_name = name_for_command(view, source);
+    const auto new_name = name_for_command(view, target);
     // Many servers would put the one in the other's place.
     if (!view.has(source))
         throw failure(failure_kind::not_found, what + ": the first does not exist");
@@ -260,11 +288,12 @@ void session::upload(const std::filesystem::path& local, const std::string& remo
                      transfer_mode mode)
 {
     const auto path = state_->begin_transfer(remote, mode);
+    const auto remote_name = utf16_name(path);
+    const auto local_name = utf16_path(local);
     state_->run(
         "cannot store " + quoted(path),
         [&](core::curl_ptr& handle) {
-            core::send_file(handle, local.u16string(), fl::i18n::utf8_to_ustring(path),
-                            mode == transfer_mode::text);
+            core::send_file(handle, local_name, remote_name, mode == transfer_mode::text);
         },
         [&](const replies& server) { return explain_upload(state_->view, path, server); });
 }
@@ -273,11 +302,12 @@ void session::download(const std::string& remote, const std::filesystem::path& l
                        transfer_mode mode)
 {
     const auto path = state_->begin_transfer(remote, mode);
+    const auto remote_name = utf16_name(path);
+    const auto local_name = utf16_path(local);
     state_->run(
         "cannot fetch " + quoted(path),
         [&](core::curl_ptr& handle) {
-            core::receive_file(handle, fl::i18n::utf8_to_ustring(path), local.u16string(),
-                               mode == transfer_mode::text);
+            core::receive_file(handle, remote_name, local_name, mode == transfer_mode::text);
         },
         [&](const replies& server) { return explain_download(state_->view, path, server); });
 }

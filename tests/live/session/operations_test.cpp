@@ -363,6 +363,24 @@ TEST_P(SessionOperationsTest, control_characters_are_refused_and_nothing_is_done
     EXPECT_FALSE(fs::exists(local_ / "y"));
 }
 
+TEST_P(SessionOperationsTest, names_that_are_not_utf8_are_refused)
+{
+    const auto bad = std::string("caf\xE9");
+    const auto file = write_bytes(local_ / "x", "x");
+    EXPECT_THROW(session_.upload(file, bad), ftp::invalid_input);
+    EXPECT_THROW(session_.download(bad, local_ / "y"), ftp::invalid_input);
+    EXPECT_THROW(session_.remove_file(bad), ftp::invalid_input);
+    EXPECT_EQ(failure_of([&] { session_.upload(local_ / bad, "x"); }), failure_kind::local_file);
+    make_remote_file("file", "x");
+    EXPECT_EQ(failure_of([&] { session_.download("file", local_ / bad); }),
+              failure_kind::local_file);
+    try {
+        session_.upload(file, bad);
+    } catch (const ftp::invalid_input& error) {
+        EXPECT_THAT(error.what(), HasSubstr("/caf?\""));
+    }
+}
+
 TEST_P(SessionOperationsTest, paths_that_mean_nothing_are_refused)
 {
     EXPECT_THROW(session_.make_folder(""), ftp::invalid_input);

@@ -22,7 +22,8 @@ enum class transfer_mode {
 ///
 /// Paths on the server are UTF-8, absolute or relative to the working folder; "." and ".." are
 /// resolved as in a URL, without the server. Over SFTP "~" and "~/..." mean the login folder.
-/// Names with control characters are refused with invalid_input before anything is sent.
+/// Names with control characters are refused with invalid_input before anything is sent, as are
+/// names of files to move, remove or rename that are not UTF-8.
 ///
 /// Failures are `failure`, or an identifier exception of the library below where the session has
 /// nothing to add to it (local files, a missing service); `kind_of` tells of both. One thread at a
