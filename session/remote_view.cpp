@@ -62,7 +62,7 @@ std::string remote_view::folder_url(const std::string& path)
 
 answer remote_view::ask(const std::string& url, question what)
 {
-    return tarnix::ftp::ask(link_.handle(), url, what);
+    return tarnix::ftp::ask(link_.handle(), link_.watching(), url, what);
 }
 
 bool remote_view::has_folder(const std::string& path)

@@ -124,6 +124,20 @@ TEST_F(MisbehavingServerTest, a_transfer_in_which_nothing_moves_ends)
         HasSubstr("does not answer"));
 }
 
+TEST_F(MisbehavingServerTest, slow_replies_that_each_come_in_time_are_waited_for)
+{
+    options_.reply_timeout = 2s;
+    pacing slow;
+    slow.piece = 16;
+    slow.gap = 700ms;
+    server_.pace_control(slow);
+    options_.connect_timeout = 30s;
+    auto session = connect();
+    const auto begin = std::chrono::steady_clock::now();
+    session.exists("file");
+    EXPECT_GT(std::chrono::steady_clock::now() - begin, options_.reply_timeout);
+}
+
 TEST_F(MisbehavingServerTest, a_session_can_be_cancelled)
 {
     auto cancel = false;
