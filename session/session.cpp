@@ -10,6 +10,7 @@
 #include <foundation/core/except.hpp>
 
 #include <exception>
+#include <system_error>
 #include <utility>
 
 namespace tarnix::ftp {
@@ -290,12 +291,21 @@ void session::upload(const std::filesystem::path& local, const std::string& remo
     const auto path = state_->begin_transfer(remote, mode);
     const auto remote_name = utf16_name(path);
     const auto local_name = utf16_path(local);
+    const auto what = "cannot store " + quoted(path);
+    std::error_code unknown;
+    const auto is_plain = std::filesystem::is_regular_file(local, unknown);
+    const auto size = is_plain ? std::filesystem::file_size(local, unknown) : 0;
     state_->run(
-        "cannot store " + quoted(path),
+        what,
         [&](core::curl_ptr& handle) {
             core::send_file(handle, local_name, remote_name, mode == transfer_mode::text);
         },
         [&](const replies& server) { return explain_upload(state_->view, path, server); });
+    // Over SFTP libcurl takes the end of the file for the end of the upload, wherever it comes.
+    const auto uploaded = state_->link.watching().bytes_uploaded();
+    if (mode == transfer_mode::binary && !unknown && std::cmp_less(uploaded, size))
+        throw failure(failure_kind::transfer,
+                      what + ": the local file became shorter while it was sent");
 }
 
 void session::download(const std::string& remote, const std::filesystem::path& local,

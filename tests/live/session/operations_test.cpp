@@ -251,6 +251,22 @@ TEST_P(SessionOperationsTest, keeps_small_uploads_whole)
     }
 }
 
+TEST_P(SessionOperationsTest, does_not_take_a_part_of_a_file_for_the_whole)
+{
+    const auto sent = write_bytes(local_ / "sent", bytes(20'000'000));
+    auto shorten = false;
+    auto options = login_to(GetParam());
+    options.starting_folder = session_.working_folder();
+    options.cancelled = [&] {
+        if (shorten)
+            fs::resize_file(sent, 1000);
+        return false;
+    };
+    ftp::session session(url_of(GetParam()), options);
+    shorten = true;
+    EXPECT_EQ(failure_of([&] { session.upload(sent, "stored"); }), failure_kind::transfer);
+}
+
 TEST_P(SessionOperationsTest, replaces_files_on_both_sides)
 {
     make_remote_folder("folder");
@@ -495,6 +511,19 @@ TEST_P(SftpOnlyTest, a_tilde_is_the_login_folder)
 TEST_P(SftpOnlyTest, the_system_is_not_told)
 {
     EXPECT_THROW(session_.system_type(), ftp::invalid_input);
+}
+
+TEST_P(SftpOnlyTest, a_long_listing_is_waited_for)
+{
+    make_remote_folder("long");
+    constexpr std::size_t count = 60'000;
+    for (std::size_t i = 0; i < count; ++i)
+        write_bytes(remote("long/file " + std::to_string(i)), "");
+    auto options = login_to(GetParam());
+    options.starting_folder = remote("long");
+    options.reply_timeout = std::chrono::seconds(1);
+    ftp::session impatient(url_of(GetParam()), options);
+    EXPECT_EQ(impatient.names().size(), count);
 }
 
 TEST_P(SftpOnlyTest, text_mode_is_refused)
