@@ -188,7 +188,7 @@ void remote_view::raise_for_folder(const std::string& path, const std::string& w
     if (has_file(path))
         raise(what, failure_kind::not_found, "it is not a folder");
     const auto kind = is_listed(path) ? failure_kind::permission : failure_kind::not_found;
-    raise(what, kind, given.reason());
+    raise(what, kind, decisive_refusal(given.code, given.server).value_or(given.error));
 }
 
 void remote_view::raise(const std::string& what, failure_kind kind, const std::string& reason) const
@@ -203,7 +203,7 @@ void remote_view::raise(const std::string& what, failure_kind kind, const std::s
 void remote_view::raise(const std::string& what, const answer& given,
                         failure_kind file_unavailable) const
 {
-    if (const auto& refusal = given.server.refusal())
+    if (const auto refusal = decisive_refusal(given.code, given.server))
         raise(what, kind_of_refusal(*refusal, file_unavailable), *refusal);
     raise(what, kind_of(given.code), given.error);
 }

@@ -87,6 +87,26 @@ answer ask(core::curl_ptr& handle, watch& watching, const std::string& url, ques
     return result;
 }
 
+std::optional<std::string> decisive_refusal(CURLcode code, const replies& server)
+{
+    const auto& refusal = server.refusal();
+    const auto lost = code == CURLE_RECV_ERROR || code == CURLE_SEND_ERROR ||
+                      code == CURLE_GOT_NOTHING || code == CURLE_OPERATION_TIMEDOUT;
+    const auto is_farewell = refusal && refusal->starts_with("421");
+    return lost && !is_farewell ? std::nullopt : refusal;
+}
+
+failure_kind kind_of_first(CURLcode code, const std::string& error)
+{
+    // What SSH says before the login, and what OpenSSL says of its socket.
+    if (code == CURLE_FAILED_INIT || code == CURLE_SSH)
+        return failure_kind::connection;
+    if (code == CURLE_SSL_CONNECT_ERROR && (error.find("SSL_connect:") != std::string::npos ||
+                                            error.find("unexpected eof") != std::string::npos))
+        return failure_kind::connection;
+    return kind_of(code);
+}
+
 failure_kind kind_of(CURLcode code)
 {
     switch (code) {

@@ -7,6 +7,7 @@
 #include <tarnix/io/ftp/core.hpp>
 
 #include <cstddef>
+#include <optional>
 #include <string>
 
 namespace tarnix::ftp {
@@ -27,9 +28,6 @@ struct answer {
     std::string body;
     replies server;
     bool has_time = false; ///< SFTP: the server knows when the file was changed
-
-    /// The server's words where there are some, else libcurl's.
-    const std::string& reason() const { return server.refusal() ? *server.refusal() : error; }
 };
 
 /// Far above every folder, and below what a server may fill the memory with.
@@ -39,6 +37,13 @@ constexpr std::size_t usual_largest_body = 256 * 1024 * 1024;
 /// of more than `largest_body` bytes is one.
 answer ask(io::ftp::core::curl_ptr& handle, watch& watching, const std::string& url, question what,
            std::size_t largest_body = usual_largest_body);
+
+/// The server's words for a failed request; none when it said nothing, or when the connection was
+/// lost after it had.
+std::optional<std::string> decisive_refusal(CURLcode code, const replies& server);
+
+/// What a failed first request is: a connection that breaks while it is secured is no refusal.
+failure_kind kind_of_first(CURLcode code, const std::string& error);
 
 /// What a failed request is, from libcurl's code.
 failure_kind kind_of(CURLcode code);

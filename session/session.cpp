@@ -120,13 +120,12 @@ std::string session::state::begin_transfer(const std::string& remote, transfer_m
 template <typename Operation, typename Explain>
 replies session::state::run(const std::string& what, Operation operation, Explain explain)
 {
-    replies server;
+    recording server;
     try {
         core::scoped_request recorded(link.handle());
-        recorded.setopt(CURLOPT_HEADERDATA, &server, nullptr)
-            .setopt(CURLOPT_HEADERFUNCTION, &replies::collect, nullptr);
+        server.observe(recorded);
         operation(link.handle());
-        return server;
+        return server.heard();
     } catch (const foundation::core::except::IMsgIDException& error) {
         const auto* standard = dynamic_cast<const std::exception*>(&error);
         if (standard && kind_of(*standard) == failure_kind::local_file)
@@ -136,7 +135,7 @@ replies session::state::run(const std::string& what, Operation operation, Explai
         if (link.watching().has_stalled())
             std::throw_with_nested(
                 failure(failure_kind::connection, what + ": the server does not answer any more"));
-        const auto found = explain(server);
+        const auto found = explain(server.heard());
         std::throw_with_nested(failure(found.kind, what + ": " + found.reason));
     }
 }
@@ -319,7 +318,14 @@ void session::download(const std::string& remote, const std::filesystem::path& l
         [&](core::curl_ptr& handle) {
             core::receive_file(handle, remote_name, local_name, mode == transfer_mode::text);
         },
-        [&](const replies& server) { return explain_download(state_->view, path, server); });
+        [&](const replies& server) {
+            std::error_code unknown;
+            const auto written = std::filesystem::file_size(local, unknown);
+            const auto received = state_->link.watching().bytes_downloaded();
+            if (mode == transfer_mode::binary && !unknown && std::cmp_less(written, received))
+                return explanation{failure_kind::local_file, "the local file could not be written"};
+            return explain_download(state_->view, path, server);
+        });
 }
 
 std::string session::system_type()

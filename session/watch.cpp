@@ -25,6 +25,7 @@ void watch::restart()
 {
     before_ = {};
     uploaded_ = 0;
+    downloaded_ = 0;
     note_movement();
     ended_ = ending::none;
 }
@@ -38,6 +39,7 @@ int watch::progress(void* self, curl_off_t, curl_off_t downloaded, curl_off_t,
         now.bytes = downloaded + uploaded;
         curl_easy_getinfo(the_watch.handle_, CURLINFO_RESPONSE_CODE, &now.reply);
         curl_easy_getinfo(the_watch.handle_, CURLINFO_TOTAL_TIME_T, &now.time);
+        the_watch.downloaded_ = std::max(the_watch.downloaded_, downloaded);
         the_watch.uploaded_ = std::max(the_watch.uploaded_, uploaded);
         the_watch.ended_ = the_watch.judge(now);
     } catch (...) {

@@ -27,8 +27,9 @@ public:
     /// Something arrived that libcurl does not count, as the entries of an SFTP listing.
     void note_movement() { last_move_ = std::chrono::steady_clock::now(); }
 
-    /// In the request that sent most since the restart.
+    /// In the request that sent, or received, most since the restart.
     curl_off_t bytes_uploaded() const { return uploaded_; }
+    curl_off_t bytes_downloaded() const { return downloaded_; }
 
     bool was_cancelled() const { return ended_ == ending::cancelled; }
     bool has_stalled() const { return ended_ == ending::stalled; }
@@ -53,6 +54,7 @@ private:
     CURL* handle_ = nullptr;
     state before_;
     curl_off_t uploaded_ = 0;
+    curl_off_t downloaded_ = 0;
     std::chrono::steady_clock::time_point last_move_;
     ending ended_ = ending::none;
 };

@@ -20,5 +20,27 @@ TEST(AskTest, ends_an_answer_that_is_too_long)
     EXPECT_LE(given.body.size(), 1000);
 }
 
+TEST(FirstRequestTest, a_connection_that_breaks_is_no_refusal)
+{
+    EXPECT_EQ(kind_of_first(CURLE_FAILED_INIT, "Failed getting banner"), failure_kind::connection);
+    EXPECT_EQ(kind_of_first(CURLE_SSL_CONNECT_ERROR, "OpenSSL SSL_connect: Connection reset"),
+              failure_kind::connection);
+    EXPECT_EQ(kind_of_first(CURLE_SSL_CONNECT_ERROR, "error:0A000126:unexpected eof while reading"),
+              failure_kind::connection);
+    EXPECT_EQ(kind_of_first(CURLE_SSL_CONNECT_ERROR, "error:0A00010B:wrong version number"),
+              failure_kind::security);
+    EXPECT_EQ(kind_of_first(CURLE_PEER_FAILED_VERIFICATION, ""), failure_kind::security);
+}
+
+TEST(DecisiveRefusalTest, a_lost_connection_outdoes_it)
+{
+    replies server;
+    server.add("500 EPSV?");
+    EXPECT_EQ(decisive_refusal(CURLE_FTP_WEIRD_PASV_REPLY, server), "500 EPSV?");
+    EXPECT_EQ(decisive_refusal(CURLE_RECV_ERROR, server), std::nullopt);
+    server.add("421 bye");
+    EXPECT_EQ(decisive_refusal(CURLE_RECV_ERROR, server), "421 bye");
+}
+
 } // namespace
 } // namespace tarnix::ftp

@@ -7,8 +7,11 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <sys/resource.h>
+
 #include <algorithm>
 #include <chrono>
+#include <csignal>
 #include <functional>
 #include <string>
 
@@ -236,6 +239,75 @@ TEST_F(MisbehavingServerTest, the_servers_words_reach_the_caller)
                 HasSubstr("550 not yours"));
 }
 
+TEST_F(MisbehavingServerTest, a_lost_connection_is_no_refusal)
+{
+    server_.tree().add_file("/home/file", "x");
+    server_.tree().add_folder("/home/folder");
+    const auto file = write_bytes(local_ / "sent", "x");
+    auto session = connect();
+    for (const auto* word : {"MKD", "RMD", "DELE", "STOR", "RETR"})
+        server_.close_on(word);
+    const auto lost = [&](const std::function<void()>& operation) {
+        EXPECT_THAT(failure_of_kind(failure_kind::connection, operation), HasSubstr("lost"));
+    };
+    lost([&] { session.make_folder("new"); });
+    lost([&] { session.remove_folder("folder"); });
+    lost([&] { session.remove_file("file"); });
+    lost([&] { session.upload(file, "new"); });
+    lost([&] { session.download("file", local_ / "x"); });
+    server_.clear_script();
+    server_.close_on(scripted_server::end_of("STOR"));
+    server_.close_on(scripted_server::end_of("RETR"));
+    lost([&] { session.upload(file, "new"); });
+    lost([&] { session.download("file", local_ / "x"); });
+}
+
+TEST_F(MisbehavingServerTest, what_was_refused_on_the_way_is_no_reason)
+{
+    server_.tree().add_folder("/home/folder");
+    auto session = connect();
+    server_.reply_to("EPSV", 500, "EPSV?");
+    server_.reply_to("STOR", 553, "name not allowed");
+    const auto file = write_bytes(local_ / "x", "x");
+    EXPECT_THAT(
+        failure_of_kind(failure_kind::permission, [&] { session.upload(file, "folder/x"); }),
+        HasSubstr("553 name"));
+    server_.close_on("STOR");
+    EXPECT_THAT(
+        failure_of_kind(failure_kind::connection, [&] { session.upload(file, "folder/x"); }),
+        Not(HasSubstr("EPSV")));
+}
+
+TEST_F(MisbehavingServerTest, a_connection_that_breaks_while_it_is_secured_is_lost)
+{
+    server_.reply_to("AUTH", 234, "go on");
+    // What TLS says first holds the byte that ends a command.
+    server_.drop_connections_at_command(2);
+    auto server = url();
+    server.scheme = ftp::protocol::ftpes;
+    failure_of_kind(failure_kind::connection, [&] { ftp::session(server, options_); });
+    server_.close_on(scripted_server::greeting());
+    server.scheme = ftp::protocol::sftp;
+    options_.user = "user";
+    options_.password = "password";
+    options_.verify_host_key = false;
+    failure_of_kind(failure_kind::connection, [&] { ftp::session(server, options_); });
+}
+
+TEST_F(MisbehavingServerTest, a_local_file_that_cannot_grow_is_told_from_a_lost_connection)
+{
+    server_.tree().add_file("/home/file", std::string(100'000, 'x'));
+    auto session = connect();
+    const auto before = std::signal(SIGXFSZ, SIG_IGN);
+    rlimit usual{};
+    ASSERT_EQ(::getrlimit(RLIMIT_FSIZE, &usual), 0);
+    const rlimit small{1000, usual.rlim_max};
+    ASSERT_EQ(::setrlimit(RLIMIT_FSIZE, &small), 0);
+    failure_of_kind(failure_kind::local_file, [&] { session.download("file", local_ / "x"); });
+    ::setrlimit(RLIMIT_FSIZE, &usual);
+    std::signal(SIGXFSZ, before);
+}
+
 TEST_F(MisbehavingServerTest, a_download_that_is_cut_off_fails)
 {
     server_.tree().add_file("/home/file", std::string(100'000, 'x'));
@@ -243,7 +315,7 @@ TEST_F(MisbehavingServerTest, a_download_that_is_cut_off_fails)
     pacing cut;
     cut.cut_after = 50'000;
     server_.pace_data(cut);
-    failure_of_kind(failure_kind::transfer, [&] { session.download("file", local_ / "x"); });
+    failure_of_kind(failure_kind::connection, [&] { session.download("file", local_ / "x"); });
 }
 
 TEST_F(MisbehavingServerTest, an_upload_that_is_refused_at_its_end_fails)
