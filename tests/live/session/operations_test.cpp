@@ -513,19 +513,6 @@ TEST_P(SftpOnlyTest, the_system_is_not_told)
     EXPECT_THROW(session_.system_type(), ftp::invalid_input);
 }
 
-TEST_P(SftpOnlyTest, a_long_listing_is_waited_for)
-{
-    make_remote_folder("long");
-    constexpr std::size_t count = 60'000;
-    for (std::size_t i = 0; i < count; ++i)
-        write_bytes(remote("long/file " + std::to_string(i)), "");
-    auto options = login_to(GetParam());
-    options.starting_folder = remote("long");
-    options.reply_timeout = std::chrono::seconds(1);
-    ftp::session impatient(url_of(GetParam()), options);
-    EXPECT_EQ(impatient.names().size(), count);
-}
-
 TEST_P(SftpOnlyTest, text_mode_is_refused)
 {
     make_remote_file("file", "x");

@@ -3,6 +3,9 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <chrono>
+#include <thread>
+
 namespace tarnix::ftp {
 namespace {
 
@@ -18,6 +21,22 @@ TEST(AskTest, ends_an_answer_that_is_too_long)
     EXPECT_EQ(given.code, CURLE_WRITE_ERROR);
     EXPECT_THAT(given.error, HasSubstr("longer than 1000 bytes"));
     EXPECT_LE(given.body.size(), 1000);
+}
+
+TEST(AskTest, tells_the_watch_of_what_arrives)
+{
+    constexpr auto patience = 1s;
+    watch watching(patience, {});
+    const auto end = std::chrono::steady_clock::now() + patience;
+    while (std::chrono::steady_clock::now() <= end)
+        std::this_thread::yield();
+    // Not observed, so that libcurl's own counting does not tell the watch.
+    core::curl_ptr handle(false);
+    ask(handle, watching, "file:///dev/zero", question::names, 1000);
+    core::curl_ptr observed(false);
+    watching.observe(observed);
+    core::set_option(observed, CURLOPT_URL, "file:///dev/null");
+    EXPECT_EQ(observed.perform(), CURLE_OK);
 }
 
 TEST(FirstRequestTest, a_connection_that_breaks_is_no_refusal)
