@@ -5,8 +5,9 @@
 
 #include <CLI/CLI.hpp>
 
+#include <algorithm>
 #include <memory>
-#include <regex>
+#include <string_view>
 
 namespace tarnix::cli {
 
@@ -126,8 +127,22 @@ void add_connection_options(CLI::App& app, arguments& given)
 
 std::string without_logins(const std::string& text)
 {
-    static const std::regex login("//[^/\\s]*@");
-    return std::regex_replace(text, login, "//***@");
+    constexpr std::string_view before = "//";
+    constexpr auto npos = std::string::npos;
+    std::string result;
+    std::size_t copied = 0;
+    for (auto start = text.find(before); start != npos; start = text.find(before, copied)) {
+        const auto login = start + before.size();
+        result += text.substr(copied, login - copied);
+        copied = login;
+        const auto end = std::min(text.find_first_of("/ \t\r\n", login), text.size());
+        const auto at = text.substr(0, end).rfind('@');
+        if (at == npos || at < login)
+            continue;
+        result += "***";
+        copied = at;
+    }
+    return result + text.substr(copied);
 }
 
 std::optional<arguments> read_arguments(int count, const char* const* values, std::string& answer)

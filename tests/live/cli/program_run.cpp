@@ -151,7 +151,7 @@ std::vector<char*> pointers(std::vector<std::string>& texts)
 
 pid_t start(const program& wanted, const spawn_actions& actions)
 {
-    std::vector<std::string> words{TARNIX_PROGRAM};
+    std::vector<std::string> words{wanted.file.empty() ? TARNIX_PROGRAM : wanted.file};
     words.insert(words.end(), wanted.arguments.begin(), wanted.arguments.end());
     std::vector<std::string> variables;
     for (const auto& [name, value] : wanted.environment)
@@ -160,7 +160,7 @@ pid_t start(const program& wanted, const spawn_actions& actions)
     pid_t process = 0;
     check(::posix_spawn(&process, words.front().c_str(), actions.get(), session.get(),
                         pointers(words).data(), pointers(variables).data()),
-          TARNIX_PROGRAM);
+          words.front().c_str());
     return process;
 }
 

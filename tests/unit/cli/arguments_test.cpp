@@ -97,7 +97,9 @@ TEST(ArgumentsTest, logins_can_be_made_unreadable)
 {
     EXPECT_EQ(without_logins("x ftp://u:se@cret@h/p@q sftp://v@w"),
               "x ftp://***@h/p@q sftp://***@w");
-    EXPECT_EQ(without_logins("ftp://h/p"), "ftp://h/p");
+    EXPECT_EQ(without_logins("ftp://u:p@h"), "ftp://***@h");
+    for (const std::string text : {"", "ftp://h/p", "ftp://h/p@q", "ftp://h u@h", "//", "a@b//"})
+        EXPECT_EQ(without_logins(text), text);
 }
 
 TEST(ArgumentsTest, help_and_version_are_answers)
