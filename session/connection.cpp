@@ -6,6 +6,7 @@
 
 #include <tarnix/ftp/errors.hpp>
 
+#include <algorithm>
 #include <array>
 
 namespace tarnix::ftp {
@@ -40,10 +41,13 @@ bool is_old_libcurl()
 } // namespace
 
 connection::connection(const settings& wanted)
-    : watch_(wanted.options.reply_timeout, wanted.options.cancelled)
+    : watch_(std::max<std::chrono::milliseconds>(wanted.options.reply_timeout,
+                                                 wanted.options.connect_timeout),
+             wanted.options.cancelled)
 {
     set_options(wanted);
     log_in(wanted);
+    watch_.set_patience(wanted.options.reply_timeout);
     // Old libcurls let the first bytes of a TLS data connection lie until this timer fires. Not set
     // earlier, because it is meant for the choice between the server's addresses.
     if (is_old_libcurl())
@@ -134,9 +138,9 @@ void connection::log_in(const settings& wanted)
                           .perform()
                           .first;
     if (code != CURLE_OK)
-        raise_failure(
-            wanted, code,
-            server.refusal().value_or(error.front() ? error.data() : curl_easy_strerror(code)));
+        raise_failure(wanted, code,
+                      decisive_refusal(code, server)
+                          .value_or(error.front() ? error.data() : curl_easy_strerror(code)));
 }
 
 void connection::raise_failure(const settings& wanted, CURLcode code, const std::string& text) const
@@ -157,7 +161,7 @@ void connection::raise_failure(const settings& wanted, CURLcode code, const std:
                                                   "\": another server may be posing as it");
     if (code == CURLE_USE_SSL_FAILED)
         throw failure(failure_kind::security, server + " offers no TLS");
-    const auto kind = kind_of(code);
+    const auto kind = kind_of_first(code, text);
     if (kind == failure_kind::login)
         throw failure(kind, server + " refuses the login of \"" + wanted.user + "\": " + text);
     throw failure(kind, "cannot connect to " + server + ": " + text);

@@ -24,9 +24,11 @@ explanation from_answer(const answer& given, const std::string& nothing_wrong)
     return {kind_of(given.code), given.error};
 }
 
-/// A refusal that is not about the name needs no looking.
-std::optional<explanation> other_refusal(const replies& server)
+/// A lost connection, and a refusal that is not about the name, need no looking.
+std::optional<explanation> plain_reason(const remote_view& view, const replies& server)
 {
+    if (!view.is_sftp() && server.lack_an_end())
+        return explanation{failure_kind::connection, "the connection was lost"};
     const auto& refusal = server.refusal();
     if (!refusal || is_about_the_name(*refusal))
         return std::nullopt;
@@ -39,8 +41,8 @@ const std::string broken_off = "the transfer broke off";
 
 explanation explain_upload(remote_view& view, const std::string& path, const replies& server)
 {
-    if (const auto other = other_refusal(server))
-        return *other;
+    if (const auto plain = plain_reason(view, server))
+        return *plain;
     const auto parent = parent_folder(path);
     if (!view.has_folder(parent))
         return {failure_kind::not_found, "there is no folder \"" + parent + '"'};
@@ -53,8 +55,8 @@ explanation explain_upload(remote_view& view, const std::string& path, const rep
 
 explanation explain_download(remote_view& view, const std::string& path, const replies& server)
 {
-    if (const auto other = other_refusal(server))
-        return *other;
+    if (const auto plain = plain_reason(view, server))
+        return *plain;
     if (!view.has(path))
         return {failure_kind::not_found, "there is no such file"};
     if (view.has_folder(path))
@@ -67,8 +69,8 @@ explanation explain_download(remote_view& view, const std::string& path, const r
 
 explanation explain_new_folder(remote_view& view, const std::string& path, const replies& server)
 {
-    if (const auto other = other_refusal(server))
-        return *other;
+    if (const auto plain = plain_reason(view, server))
+        return *plain;
     if (view.has(path))
         return {failure_kind::conflict, "it exists already"};
     const auto parent = parent_folder(path);
@@ -79,12 +81,33 @@ explanation explain_new_folder(remote_view& view, const std::string& path, const
 
 explanation explain_removal(remote_view& view, const std::string& path, const replies& server)
 {
-    if (const auto other = other_refusal(server))
-        return *other;
+    if (const auto plain = plain_reason(view, server))
+        return *plain;
     if (!view.has_folder(path))
         return {failure_kind::not_found, "there is no such folder"};
     if (!view.names(path, "cannot look at \"" + path + '"').empty())
         return {failure_kind::conflict, "the folder is not empty"};
+    return refused(server);
+}
+
+explanation explain_file_removal(remote_view& view, const std::string& path, const replies& server)
+{
+    if (const auto plain = plain_reason(view, server))
+        return *plain;
+    if (!view.has(path))
+        return {failure_kind::not_found, "there is no such file"};
+    if (view.has_folder(path))
+        return {failure_kind::conflict, "it is a folder"};
+    return refused(server);
+}
+
+explanation explain_rename(remote_view& view, const std::string& to, const replies& server)
+{
+    if (const auto plain = plain_reason(view, server))
+        return *plain;
+    const auto parent = parent_folder(to);
+    if (!view.has_folder(parent))
+        return {failure_kind::not_found, "there is no folder \"" + parent + '"'};
     return refused(server);
 }
 

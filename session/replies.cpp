@@ -33,13 +33,35 @@ void replies::add(std::string_view line)
         line.remove_suffix(1);
     if (!ends_reply(line))
         return;
+    refusal_.reset();
     if (line.starts_with('4') || line.starts_with('5'))
         refusal_ = line;
+    transfer_ended_ = transfer_began_ && line.starts_with('2');
+    transfer_began_ = transfer_began_ || line.starts_with('1');
     has_file_size_ = has_file_size_ || line.starts_with("213");
     // vsftpd reports a folder that it may not read as a listing that went well.
     folder_unreadable_ =
         folder_unreadable_ || (line.starts_with("226") &&
                                line.find("failed to open directory") != std::string_view::npos);
+}
+
+void recording::observe(io::ftp::core::scoped_request& scope)
+{
+    scope.setopt(CURLOPT_ERRORBUFFER, error_.data(), nullptr)
+        .setopt(CURLOPT_HEADERDATA, this, nullptr)
+        .setopt(CURLOPT_HEADERFUNCTION, &recording::collect, nullptr);
+}
+
+std::size_t recording::collect(char* data, std::size_t size, std::size_t count, void* self) noexcept
+{
+    auto& record = *static_cast<recording*>(self);
+    // libcurl empties the error text at the start of each request, and at no other time.
+    if (record.error_.front() == '\0') {
+        record.error_.front() = '?';
+        ++record.requests_;
+    }
+    return record.requests_ == 1 ? replies::collect(data, size, count, &record.heard_)
+                                 : size * count;
 }
 
 } // namespace tarnix::ftp

@@ -1,5 +1,8 @@
 #pragma once
 
+#include <tarnix/io/ftp/core.hpp>
+
+#include <array>
 #include <cstddef>
 #include <optional>
 #include <string>
@@ -16,8 +19,12 @@ public:
 
     void add(std::string_view line);
 
-    /// The last reply that refused something (4xx, 5xx), without its line end.
+    /// The last reply, without its line end, when it refused something (4xx, 5xx). What was refused
+    /// earlier the client found another way for.
     const std::optional<std::string>& refusal() const { return refusal_; }
+
+    /// The last reply neither refused something nor ended a transfer: there should be another one.
+    bool lack_an_end() const { return !refusal_ && !transfer_ended_; }
 
     /// A SIZE was answered.
     bool has_file_size() const { return has_file_size_; }
@@ -25,8 +32,32 @@ public:
 
 private:
     std::optional<std::string> refusal_;
+    bool transfer_began_ = false;
+    bool transfer_ended_ = false;
     bool has_file_size_ = false;
     bool folder_unreadable_ = false;
+};
+
+/// The replies to an operation of the library, without those to the requests that it makes
+/// afterwards, which bring the session back. libcurl keeps the address of this object.
+class recording {
+public:
+    recording() = default;
+    recording(const recording&) = delete;
+    recording& operator=(const recording&) = delete;
+
+    /// As long as `scope` lives.
+    void observe(io::ftp::core::scoped_request& scope);
+
+    const replies& heard() const { return heard_; }
+
+private:
+    static std::size_t collect(char* data, std::size_t size, std::size_t count,
+                               void* self) noexcept;
+
+    replies heard_;
+    int requests_ = 0;
+    std::array<char, CURL_ERROR_SIZE> error_{};
 };
 
 } // namespace tarnix::ftp

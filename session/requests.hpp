@@ -1,10 +1,12 @@
 #pragma once
 
 #include "replies.hpp"
+#include "watch.hpp"
 
 #include <tarnix/ftp/errors.hpp>
 #include <tarnix/io/ftp/core.hpp>
 
+#include <cstddef>
 #include <optional>
 #include <string>
 
@@ -26,13 +28,22 @@ struct answer {
     std::string body;
     replies server;
     bool has_time = false; ///< SFTP: the server knows when the file was changed
-
-    /// The server's words where there are some, else libcurl's.
-    const std::string& reason() const { return server.refusal() ? *server.refusal() : error; }
 };
 
-/// Asks at `url`, and moves the session back: two requests. Raises nothing for a failure.
-answer ask(io::ftp::core::curl_ptr& handle, const std::string& url, question what);
+/// Far above every folder, and below what a server may fill the memory with.
+constexpr std::size_t usual_largest_body = 256 * 1024 * 1024;
+
+/// Asks at `url`, and moves the session back: two requests. Raises nothing for a failure. A body
+/// of more than `largest_body` bytes is one.
+answer ask(io::ftp::core::curl_ptr& handle, watch& watching, const std::string& url, question what,
+           std::size_t largest_body = usual_largest_body);
+
+/// The server's words for a failed request; none when it said nothing, or when the connection was
+/// lost after it had.
+std::optional<std::string> decisive_refusal(CURLcode code, const replies& server);
+
+/// What a failed first request is: a connection that breaks while it is secured is no refusal.
+failure_kind kind_of_first(CURLcode code, const std::string& error);
 
 /// What a failed request is, from libcurl's code.
 failure_kind kind_of(CURLcode code);

@@ -18,9 +18,25 @@ replies after(std::initializer_list<std::string> lines)
 
 TEST(RepliesTest, keep_the_last_refusal)
 {
-    EXPECT_EQ(after({"500 EPSV?\r\n", "227 ok\r\n", "550 no file\r\n", "250 ok\r\n"}).refusal(),
-              "550 no file");
+    EXPECT_EQ(after({"500 EPSV?\r\n", "227 ok\r\n", "550 no file\r\n"}).refusal(), "550 no file");
     EXPECT_EQ(after({"421 time-out\r\n"}).refusal(), "421 time-out");
+}
+
+TEST(RepliesTest, forget_a_refusal_that_another_reply_follows)
+{
+    EXPECT_EQ(after({"500 EPSV?\r\n", "227 ok\r\n"}).refusal(), std::nullopt);
+    EXPECT_EQ(after({"500 EPSV?\r\n", "150 here\r\n"}).refusal(), std::nullopt);
+    EXPECT_EQ(after({"500 AUTH?\r\n", "331 password\r\n"}).refusal(), std::nullopt);
+}
+
+TEST(RepliesTest, know_whether_one_is_missing)
+{
+    EXPECT_TRUE(after({}).lack_an_end());
+    EXPECT_TRUE(after({"229 ok\r\n"}).lack_an_end());
+    EXPECT_TRUE(after({"229 ok\r\n", "150 here\r\n"}).lack_an_end());
+    EXPECT_FALSE(after({"229 ok\r\n", "150 here\r\n", "226 done\r\n"}).lack_an_end());
+    EXPECT_FALSE(after({"229 ok\r\n", "150 here\r\n", "426 cut\r\n"}).lack_an_end());
+    EXPECT_FALSE(after({"550 no\r\n"}).lack_an_end());
 }
 
 TEST(RepliesTest, agreement_is_no_refusal)
@@ -30,8 +46,7 @@ TEST(RepliesTest, agreement_is_no_refusal)
 
 TEST(RepliesTest, only_the_last_line_of_a_reply_counts)
 {
-    EXPECT_EQ(after({"230-550 is my number\r\n", "550 inside\r\n", "230 end\r\n"}).refusal(),
-              "550 inside");
+    EXPECT_EQ(after({"230-550 is my number\r\n", "230 end\r\n"}).refusal(), std::nullopt);
     EXPECT_EQ(after({"550-first\r\n", "550 last\r\n"}).refusal(), "550 last");
     EXPECT_EQ(after({"550-first\r\n", "text\r\n", "55\r\n", "\r\n", ""}).refusal(), std::nullopt);
 }

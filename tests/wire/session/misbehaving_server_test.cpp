@@ -7,8 +7,11 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <sys/resource.h>
+
 #include <algorithm>
 #include <chrono>
+#include <csignal>
 #include <functional>
 #include <string>
 
@@ -124,6 +127,20 @@ TEST_F(MisbehavingServerTest, a_transfer_in_which_nothing_moves_ends)
         HasSubstr("does not answer"));
 }
 
+TEST_F(MisbehavingServerTest, slow_replies_that_each_come_in_time_are_waited_for)
+{
+    options_.reply_timeout = 2s;
+    pacing slow;
+    slow.piece = 16;
+    slow.gap = 700ms;
+    server_.pace_control(slow);
+    options_.connect_timeout = 30s;
+    auto session = connect();
+    const auto begin = std::chrono::steady_clock::now();
+    session.exists("file");
+    EXPECT_GT(std::chrono::steady_clock::now() - begin, options_.reply_timeout);
+}
+
 TEST_F(MisbehavingServerTest, a_session_can_be_cancelled)
 {
     auto cancel = false;
@@ -178,6 +195,32 @@ TEST_F(MisbehavingServerTest, a_listing_without_matches_is_an_empty_folder)
     auto session = connect();
     server_.reply_to("NLST", 450, "no files found");
     EXPECT_THAT(session.names(), IsEmpty());
+    server_.reply_to("NLST", 450, ".: No such file or directory");
+    EXPECT_THAT(session.names(), IsEmpty());
+    server_.reply_to("LIST", 550, "No files found.");
+    EXPECT_EQ(session.list(), "");
+}
+
+TEST_F(MisbehavingServerTest, a_listing_that_is_refused_is_no_empty_folder)
+{
+    auto session = connect();
+    server_.reply_to("NLST", 450, "Permission denied");
+    EXPECT_THAT(failure_of_kind(failure_kind::permission, [&] { session.names(); }),
+                HasSubstr("450 Permission denied"));
+    server_.reply_to("LIST", 450, "Permission denied");
+    failure_of_kind(failure_kind::permission, [&] { session.list(); });
+}
+
+TEST_F(MisbehavingServerTest, a_look_that_fails_is_no_no)
+{
+    auto session = connect();
+    server_.reply_to("NLST", 425, "no data connection");
+    EXPECT_THAT(failure_of_kind(failure_kind::transfer, [&] { session.exists("x"); }),
+                HasSubstr("425 no data"));
+    server_.close_on("NLST");
+    failure_of_kind(failure_kind::connection, [&] { session.exists("x"); });
+    server_.reply_to("NLST", 450, "x: No such file or directory");
+    EXPECT_FALSE(session.exists("x"));
 }
 
 TEST_F(MisbehavingServerTest, the_servers_words_reach_the_caller)
@@ -196,6 +239,75 @@ TEST_F(MisbehavingServerTest, the_servers_words_reach_the_caller)
                 HasSubstr("550 not yours"));
 }
 
+TEST_F(MisbehavingServerTest, a_lost_connection_is_no_refusal)
+{
+    server_.tree().add_file("/home/file", "x");
+    server_.tree().add_folder("/home/folder");
+    const auto file = write_bytes(local_ / "sent", "x");
+    auto session = connect();
+    for (const auto* word : {"MKD", "RMD", "DELE", "STOR", "RETR"})
+        server_.close_on(word);
+    const auto lost = [&](const std::function<void()>& operation) {
+        EXPECT_THAT(failure_of_kind(failure_kind::connection, operation), HasSubstr("lost"));
+    };
+    lost([&] { session.make_folder("new"); });
+    lost([&] { session.remove_folder("folder"); });
+    lost([&] { session.remove_file("file"); });
+    lost([&] { session.upload(file, "new"); });
+    lost([&] { session.download("file", local_ / "x"); });
+    server_.clear_script();
+    server_.close_on(scripted_server::end_of("STOR"));
+    server_.close_on(scripted_server::end_of("RETR"));
+    lost([&] { session.upload(file, "new"); });
+    lost([&] { session.download("file", local_ / "x"); });
+}
+
+TEST_F(MisbehavingServerTest, what_was_refused_on_the_way_is_no_reason)
+{
+    server_.tree().add_folder("/home/folder");
+    auto session = connect();
+    server_.reply_to("EPSV", 500, "EPSV?");
+    server_.reply_to("STOR", 553, "name not allowed");
+    const auto file = write_bytes(local_ / "x", "x");
+    EXPECT_THAT(
+        failure_of_kind(failure_kind::permission, [&] { session.upload(file, "folder/x"); }),
+        HasSubstr("553 name"));
+    server_.close_on("STOR");
+    EXPECT_THAT(
+        failure_of_kind(failure_kind::connection, [&] { session.upload(file, "folder/x"); }),
+        Not(HasSubstr("EPSV")));
+}
+
+TEST_F(MisbehavingServerTest, a_connection_that_breaks_while_it_is_secured_is_lost)
+{
+    server_.reply_to("AUTH", 234, "go on");
+    // What TLS says first holds the byte that ends a command.
+    server_.drop_connections_at_command(2);
+    auto server = url();
+    server.scheme = ftp::protocol::ftpes;
+    failure_of_kind(failure_kind::connection, [&] { ftp::session(server, options_); });
+    server_.close_on(scripted_server::greeting());
+    server.scheme = ftp::protocol::sftp;
+    options_.user = "user";
+    options_.password = "password";
+    options_.verify_host_key = false;
+    failure_of_kind(failure_kind::connection, [&] { ftp::session(server, options_); });
+}
+
+TEST_F(MisbehavingServerTest, a_local_file_that_cannot_grow_is_told_from_a_lost_connection)
+{
+    server_.tree().add_file("/home/file", std::string(100'000, 'x'));
+    auto session = connect();
+    const auto before = std::signal(SIGXFSZ, SIG_IGN);
+    rlimit usual{};
+    ASSERT_EQ(::getrlimit(RLIMIT_FSIZE, &usual), 0);
+    const rlimit small{1000, usual.rlim_max};
+    ASSERT_EQ(::setrlimit(RLIMIT_FSIZE, &small), 0);
+    failure_of_kind(failure_kind::local_file, [&] { session.download("file", local_ / "x"); });
+    ::setrlimit(RLIMIT_FSIZE, &usual);
+    std::signal(SIGXFSZ, before);
+}
+
 TEST_F(MisbehavingServerTest, a_download_that_is_cut_off_fails)
 {
     server_.tree().add_file("/home/file", std::string(100'000, 'x'));
@@ -203,7 +315,7 @@ TEST_F(MisbehavingServerTest, a_download_that_is_cut_off_fails)
     pacing cut;
     cut.cut_after = 50'000;
     server_.pace_data(cut);
-    failure_of_kind(failure_kind::transfer, [&] { session.download("file", local_ / "x"); });
+    failure_of_kind(failure_kind::connection, [&] { session.download("file", local_ / "x"); });
 }
 
 TEST_F(MisbehavingServerTest, an_upload_that_is_refused_at_its_end_fails)
@@ -213,6 +325,48 @@ TEST_F(MisbehavingServerTest, an_upload_that_is_refused_at_its_end_fails)
     EXPECT_THAT(failure_of_kind(failure_kind::transfer,
                                 [&] { session.upload(write_bytes(local_ / "x", "x"), "x"); }),
                 HasSubstr("452 disk full"));
+}
+
+TEST_F(MisbehavingServerTest, a_file_is_known_without_sizes)
+{
+    server_.tree().add_file("/home/file", "x");
+    server_.reply_to("SIZE", 502, "what?");
+    auto session = connect();
+    EXPECT_TRUE(session.is_file("file"));
+    EXPECT_FALSE(session.is_file("missing"));
+    EXPECT_FALSE(session.is_file("/home"));
+    server_.reply_to("RETR", 550, "not yours");
+    EXPECT_THAT(failure_of_kind(failure_kind::permission, [&] { session.is_file("file"); }),
+                HasSubstr("550 not yours"));
+}
+
+TEST_F(MisbehavingServerTest, a_rename_that_only_seems_to_go_well_fails)
+{
+    server_.tree().add_file("/home/file", "x");
+    auto session = connect();
+    server_.reply_to("RNTO", 452, "disk full");
+    EXPECT_THAT(failure_of_kind(failure_kind::transfer, [&] { session.rename("file", "new"); }),
+                HasSubstr("452 disk full"));
+    server_.close_on("RNTO");
+    EXPECT_THROW(session.rename("file", "new"), ftp::failure);
+    server_.reply_to("RNTO", 250, "done");
+    EXPECT_THROW(session.rename("file", "new"), ftp::failure);
+    server_.clear_script();
+    session.rename("file", "new");
+    EXPECT_TRUE(server_.tree().is_file("/home/new"));
+    EXPECT_FALSE(server_.tree().is_file("/home/file"));
+}
+
+TEST_F(MisbehavingServerTest, the_system_is_what_the_server_says)
+{
+    auto session = connect();
+    server_.reply_to("SYST", 215, "OTHER 215 x");
+    EXPECT_EQ(session.system_type(), "OTHER 215 x");
+    server_.reply_to("SYST", 502, "not told");
+    EXPECT_THAT(failure_of_kind(failure_kind::transfer, [&] { session.system_type(); }),
+                HasSubstr("502"));
+    server_.close_on("SYST");
+    failure_of_kind(failure_kind::connection, [&] { session.system_type(); });
 }
 
 TEST_F(MisbehavingServerTest, quotes_in_the_login_folder_are_understood)
