@@ -6,7 +6,6 @@
 #include <CLI/CLI.hpp>
 
 #include <memory>
-#include <regex>
 
 namespace tarnix::cli {
 
@@ -126,8 +125,11 @@ void add_connection_options(CLI::App& app, arguments& given)
 
 std::string without_logins(const std::string& text)
 {
-    static const std::regex login("//[^/\\s]*@");
-    return std::regex_replace(text, login, "//***@");
+    const auto begin = text.find("//");
+    const auto end = text.rfind('@');
+    if (begin == std::string::npos || end == std::string::npos || end < begin)
+        return text;
+    return text.substr(0, begin) + "//***" + text.substr(end);
 }
 
 std::optional<arguments> read_arguments(int count, const char* const* values, std::string& answer)
@@ -163,7 +165,7 @@ std::optional<arguments> read_arguments(int count, const char* const* values, st
         given.operands.push_back(first);
     if (second_given->count() > 0)
         given.operands.push_back(second);
-    check_command(given.command, given.operands.size());
+    check_command(given.command, given.operands);
     return given;
 }
 

@@ -132,11 +132,13 @@ const command& find_command(const std::string& name)
 
 } // namespace
 
-void check_command(const std::string& name, std::size_t operand_count)
+void check_command(const std::string& name, const operands& given)
 {
     const auto& found = find_command(name);
-    if (operand_count < found.least_operands || operand_count > found.most_operands)
+    if (given.size() < found.least_operands || given.size() > found.most_operands)
         throw usage_error("usage: tarnix-ftp [OPTIONS] URL " + std::string(found.usage));
+    if (std::any_of(given.begin(), given.end(), [](const auto& one) { return one.empty(); }))
+        throw usage_error(name + ": an argument is empty");
 }
 
 exit_code run_command(ftp::session& session, const arguments& given)

@@ -59,7 +59,6 @@ TEST(ArgumentsTest, operands_are_taken_as_they_stand)
     EXPECT_THAT(read({"ftp://h", "get", "[a,b]", "pwd"}).operands, ElementsAre("[a,b]", "pwd"));
     EXPECT_THAT(read({"ftp://h", "get", "--", "-x", "--port"}).operands,
                 ElementsAre("-x", "--port"));
-    EXPECT_THAT(read({"ftp://h", "names", ""}).operands, ElementsAre(""));
 }
 
 TEST(ArgumentsTest, verify_everything_unless_told_otherwise)
@@ -93,11 +92,34 @@ TEST(ArgumentsTest, what_does_not_fit_is_refused)
                 HasSubstr("--reply-timeout"));
 }
 
+TEST(ArgumentsTest, empty_operands_are_refused)
+{
+    EXPECT_THAT(complaint_about({"ftp://h", "names", ""}),
+                HasSubstr("names: an argument is empty"));
+    EXPECT_THAT(complaint_about({"ftp://h", "exists", ""}), HasSubstr("empty"));
+    EXPECT_THAT(complaint_about({"ftp://h", "put", "", "f"}), HasSubstr("empty"));
+    EXPECT_THAT(complaint_about({"ftp://h", "put", "f", ""}), HasSubstr("empty"));
+}
+
 TEST(ArgumentsTest, logins_can_be_made_unreadable)
 {
-    EXPECT_EQ(without_logins("x ftp://u:se@cret@h/p@q sftp://v@w"),
-              "x ftp://***@h/p@q sftp://***@w");
+    EXPECT_EQ(without_logins("x ftp://u:secret@h/p"), "x ftp://***@h/p");
     EXPECT_EQ(without_logins("ftp://h/p"), "ftp://h/p");
+    EXPECT_EQ(without_logins("a@b ftp://h/p"), "a@b ftp://h/p");
+}
+
+TEST(ArgumentsTest, logins_with_any_character_are_made_unreadable)
+{
+    for (const std::string password : {"se/cret", "se cret", "se@cret", "se//cret", "se\tcr\net"})
+        EXPECT_EQ(without_logins("\"ftp://u:" + password + "@h\""), "\"ftp://***@h\"");
+    EXPECT_EQ(without_logins("sftp://v@w ftp://u:secret@h"), "sftp://***@h");
+}
+
+TEST(ArgumentsTest, long_arguments_are_no_trouble)
+{
+    const std::string many(1'000'000, 'x');
+    EXPECT_EQ(without_logins("ftp://" + many + "@h"), "ftp://***@h");
+    EXPECT_EQ(without_logins("//" + many), "//" + many);
 }
 
 TEST(ArgumentsTest, help_and_version_are_answers)
