@@ -6,6 +6,7 @@
 
 #include <tarnix/ftp/errors.hpp>
 
+#include <algorithm>
 #include <array>
 
 namespace tarnix::ftp {
@@ -40,10 +41,13 @@ bool is_old_libcurl()
 } // namespace
 
 connection::connection(const settings& wanted)
-    : watch_(wanted.options.reply_timeout, wanted.options.cancelled)
+    : watch_(std::max<std::chrono::milliseconds>(wanted.options.reply_timeout,
+                                                 wanted.options.connect_timeout),
+             wanted.options.cancelled)
 {
     set_options(wanted);
     log_in(wanted);
+    watch_.set_patience(wanted.options.reply_timeout);
     // Old libcurls let the first bytes of a TLS data connection lie until this timer fires. Not set
     // earlier, because it is meant for the choice between the server's addresses.
     if (is_old_libcurl())

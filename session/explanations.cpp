@@ -88,4 +88,25 @@ explanation explain_removal(remote_view& view, const std::string& path, const re
     return refused(server);
 }
 
+explanation explain_file_removal(remote_view& view, const std::string& path, const replies& server)
+{
+    if (const auto other = other_refusal(server))
+        return *other;
+    if (!view.has(path))
+        return {failure_kind::not_found, "there is no such file"};
+    if (view.has_folder(path))
+        return {failure_kind::conflict, "it is a folder"};
+    return refused(server);
+}
+
+explanation explain_rename(remote_view& view, const std::string& to, const replies& server)
+{
+    if (const auto other = other_refusal(server))
+        return *other;
+    const auto parent = parent_folder(to);
+    if (!view.has_folder(parent))
+        return {failure_kind::not_found, "there is no folder \"" + parent + '"'};
+    return refused(server);
+}
+
 } // namespace tarnix::ftp

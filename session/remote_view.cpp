@@ -2,6 +2,8 @@
 
 #include "paths.hpp"
 
+#include <boost/algorithm/string/predicate.hpp>
+
 #include <algorithm>
 #include <utility>
 
@@ -28,6 +30,19 @@ std::vector<std::string> names_in(const std::string& listing)
     return names;
 }
 
+bool refuses_the_name(const replies& server)
+{
+    const auto& refusal = server.refusal();
+    return refusal && (refusal->starts_with("450") || refusal->starts_with("550"));
+}
+
+/// Some servers refuse to list an empty folder, with the codes of a real refusal.
+bool says_that_nothing_is_there(const std::string& refusal)
+{
+    return boost::algorithm::icontains(refusal, "no files") ||
+           (refusal.starts_with("450") && boost::algorithm::icontains(refusal, "no such file"));
+}
+
 } // namespace
 
 remote_view::remote_view(connection& link, std::string server_url, bool is_sftp)
@@ -47,7 +62,7 @@ std::string remote_view::folder_url(const std::string& path)
 
 answer remote_view::ask(const std::string& url, question what)
 {
-    return tarnix::ftp::ask(link_.handle(), url, what);
+    return tarnix::ftp::ask(link_.handle(), link_.watching(), url, what);
 }
 
 bool remote_view::has_folder(const std::string& path)
@@ -77,6 +92,28 @@ bool remote_view::has(const std::string& path)
     raise(looking_at(path), given);
 }
 
+bool remote_view::has_plain_file(const std::string& path)
+{
+    if (has_folder(path))
+        return false;
+    if (is_sftp_)
+        return has(path);
+    const auto given = ask(url(path), question::file);
+    if (given.server.has_file_size())
+        return true;
+    // To a server that knows SIZE, what has none and is listed is a folder that is locked.
+    if (given.code == CURLE_REMOTE_FILE_NOT_FOUND || given.code == CURLE_REMOTE_ACCESS_DENIED)
+        return false;
+    if (given.code != CURLE_OK)
+        raise(looking_at(path), given);
+    if (!is_listed(path))
+        return false;
+    const auto opened = ask(url(path), question::first_bytes);
+    if (opened.code == CURLE_OK || opened.code == CURLE_WRITE_ERROR)
+        return true;
+    raise(looking_at(path), opened, failure_kind::permission);
+}
+
 /// Over FTP, by the SIZE that libcurl sends. Some servers do not know it.
 bool remote_view::has_file(const std::string& path)
 {
@@ -98,6 +135,8 @@ bool remote_view::has_file(const std::string& path)
 bool remote_view::is_listed(const std::string& path)
 {
     const auto given = ask(folder_url(parent_folder(path)), question::names);
+    if (given.code != CURLE_OK && !refuses_the_name(given.server))
+        raise(looking_at(path), given);
     const auto names = names_in(given.body);
     return std::find(names.begin(), names.end(), path.substr(path.rfind('/') + 1)) != names.end();
 }
@@ -114,6 +153,13 @@ std::string remote_view::fetch(const std::string& path, const std::string& what,
     // The server is asked for the folder that it was led into: in a LIST command some servers read
     // a name as a pattern.
     auto given = ask(folder_url(path), form);
+    const auto& refusal = given.server.refusal();
+    const auto entered = given.code == CURLE_OK || given.code == CURLE_FTP_COULDNT_RETR_FILE;
+    if (entered && refuses_the_name(given.server)) {
+        if (says_that_nothing_is_there(*refusal))
+            return {};
+        raise(what, failure_kind::permission, *refusal);
+    }
     if (given.code != CURLE_OK)
         raise_for_folder(path, what, given);
     if (given.server.says_folder_unreadable())

@@ -22,6 +22,8 @@ public:
     /// Raises when there is no answer to tell from.
     bool has_folder(const std::string& path);
     bool has(const std::string& path);
+    /// Something that is no folder.
+    bool has_plain_file(const std::string& path);
 
     /// Raises a failure when the folder cannot be entered or read.
     void check_folder(const std::string& path, const std::string& what);

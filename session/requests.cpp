@@ -9,10 +9,22 @@ namespace core = tarnix::io::ftp::core;
 
 namespace {
 
-std::size_t collect_body(char* data, std::size_t size, std::size_t count, void* text) noexcept
+struct body_reader {
+    std::string& text;
+    watch& watching;
+    std::size_t limit;
+    bool is_full = false;
+};
+
+std::size_t collect_body(char* data, std::size_t size, std::size_t count, void* reader) noexcept
 {
+    auto& body = *static_cast<body_reader*>(reader);
+    body.watching.note_movement();
+    body.is_full = size * count > body.limit - body.text.size();
+    if (body.is_full)
+        return 0;
     try {
-        static_cast<std::string*>(text)->append(data, size * count);
+        body.text.append(data, size * count);
     } catch (...) {
         return 0;
     }
@@ -38,13 +50,15 @@ bool knows_time(core::curl_ptr& handle)
 
 } // namespace
 
-answer ask(core::curl_ptr& handle, const std::string& url, question what)
+answer ask(core::curl_ptr& handle, watch& watching, const std::string& url, question what,
+           std::size_t largest_body)
 {
     // An SFTP session keeps the names listing that its connect chose.
     const auto usual_listing = url.starts_with("sftp://") ? 1 : 0;
     const auto nothing_to_read = what == question::folder || what == question::file;
     const auto upload = what == question::append_nothing;
     answer result;
+    body_reader body{result.body, watching, largest_body};
     std::array<char, CURL_ERROR_SIZE> error{};
     core::scoped_request request(handle);
     // Without a write function of its own a request that has no body still prints to the standard
@@ -53,7 +67,7 @@ answer ask(core::curl_ptr& handle, const std::string& url, question what)
         .setopt(CURLOPT_ERRORBUFFER, error.data(), nullptr)
         .setopt(CURLOPT_HEADERDATA, &result.server, nullptr)
         .setopt(CURLOPT_HEADERFUNCTION, &replies::collect, nullptr)
-        .setopt(CURLOPT_WRITEDATA, &result.body, stdout)
+        .setopt(CURLOPT_WRITEDATA, &body, stdout)
         .setopt(CURLOPT_WRITEFUNCTION,
                 what == question::first_bytes ? &stop_at_first_bytes : &collect_body, nullptr)
         .setopt(CURLOPT_DIRLISTONLY, what == question::names, usual_listing)
@@ -66,7 +80,9 @@ answer ask(core::curl_ptr& handle, const std::string& url, question what)
             .setopt(CURLOPT_UPLOAD, 1, 0);
     result.code = request.perform().first;
     result.has_time = knows_time(handle);
-    if (result.code != CURLE_OK)
+    if (body.is_full)
+        result.error = "the answer is longer than " + std::to_string(largest_body) + " bytes";
+    else if (result.code != CURLE_OK)
         result.error = error.front() ? error.data() : curl_easy_strerror(result.code);
     return result;
 }

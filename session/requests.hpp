@@ -1,11 +1,12 @@
 #pragma once
 
 #include "replies.hpp"
+#include "watch.hpp"
 
 #include <tarnix/ftp/errors.hpp>
 #include <tarnix/io/ftp/core.hpp>
 
-#include <optional>
+#include <cstddef>
 #include <string>
 
 namespace tarnix::ftp {
@@ -31,8 +32,13 @@ struct answer {
     const std::string& reason() const { return server.refusal() ? *server.refusal() : error; }
 };
 
-/// Asks at `url`, and moves the session back: two requests. Raises nothing for a failure.
-answer ask(io::ftp::core::curl_ptr& handle, const std::string& url, question what);
+/// Far above every folder, and below what a server may fill the memory with.
+constexpr std::size_t usual_largest_body = 256 * 1024 * 1024;
+
+/// Asks at `url`, and moves the session back: two requests. Raises nothing for a failure. A body
+/// of more than `largest_body` bytes is one.
+answer ask(io::ftp::core::curl_ptr& handle, watch& watching, const std::string& url, question what,
+           std::size_t largest_body = usual_largest_body);
 
 /// What a failed request is, from libcurl's code.
 failure_kind kind_of(CURLcode code);

@@ -10,6 +10,7 @@
 #include <foundation/core/except.hpp>
 
 #include <exception>
+#include <system_error>
 #include <utility>
 
 namespace tarnix::ftp {
@@ -30,7 +31,7 @@ struct session::state {
     std::string begin_transfer(const std::string& remote, transfer_mode mode);
 
     template <typename Operation, typename Explain>
-    void run(const std::string& what, Operation operation, Explain explain);
+    replies run(const std::string& what, Operation operation, Explain explain);
 
     connection link;
     remote_view view;
@@ -42,6 +43,40 @@ namespace {
 std::string quoted(const std::string& path)
 {
     return '"' + path + '"';
+}
+
+/// With what a terminal or a log may not take replaced.
+std::string printable(const std::string& path)
+{
+    std::string text;
+    for (const unsigned char c : path)
+        text += c >= 0x20 && c < 0x7F ? static_cast<char>(c) : '?';
+    return '"' + text + '"';
+}
+
+/// As the library takes the names of files.
+core::ustring utf16_name(const std::string& path)
+{
+    try {
+        return fl::i18n::utf8_to_ustring(path);
+    } catch (const std::exception&) {
+        throw invalid_input("the path " + printable(path) + " on the server is not UTF-8");
+    }
+}
+
+core::ustring utf16_path(const std::filesystem::path& local)
+{
+    try {
+        return local.u16string();
+    } catch (const std::exception&) {
+        throw failure(failure_kind::local_file,
+                      "the name of the local file " + printable(local.native()) + " is not UTF-8");
+    }
+}
+
+core::ustring name_for_command(const remote_view& view, const std::string& path)
+{
+    return utf16_name(view.is_sftp() ? escape_quotes(path) : path);
 }
 
 bool is_home(const std::string& path)
@@ -81,9 +116,9 @@ std::string session::state::begin_transfer(const std::string& remote, transfer_m
 }
 
 /// Runs an operation of the library, and turns its identifier exception into a failure that says
-/// why, when the reason lies on the server's side.
+/// why, when the reason lies on the server's side. Returns what the server said.
 template <typename Operation, typename Explain>
-void session::state::run(const std::string& what, Operation operation, Explain explain)
+replies session::state::run(const std::string& what, Operation operation, Explain explain)
 {
     replies server;
     try {
@@ -91,6 +126,7 @@ void session::state::run(const std::string& what, Operation operation, Explain e
         recorded.setopt(CURLOPT_HEADERDATA, &server, nullptr)
             .setopt(CURLOPT_HEADERFUNCTION, &replies::collect, nullptr);
         operation(link.handle());
+        return server;
     } catch (const foundation::core::except::IMsgIDException& error) {
         const auto* standard = dynamic_cast<const std::exception*>(&error);
         if (standard && kind_of(*standard) == failure_kind::local_file)
@@ -161,6 +197,11 @@ bool session::exists(const std::string& path)
     return state_->view.has(state_->begin(path));
 }
 
+bool session::is_file(const std::string& path)
+{
+    return state_->view.has_plain_file(state_->begin(path));
+}
+
 void session::make_folder(const std::string& path)
 {
     const auto folder = state_->begin_named(path);
@@ -194,30 +235,110 @@ void session::remove_folder(const std::string& path)
         [&](const replies& server) { return explain_removal(view, folder, server); });
 }
 
+void session::remove_file(const std::string& path)
+{
+    const auto file = state_->begin_named(path);
+    auto& view = state_->view;
+    const auto name = name_for_command(view, file);
+    state_->run(
+        "cannot remove the file " + quoted(file),
+        [&](core::curl_ptr& handle) {
+            if (view.is_sftp())
+                core::sftp_delete_remote_file(handle, name);
+            else
+                core::delete_remote_file(handle, name);
+        },
+        [&](const replies& server) { return explain_file_removal(view, file, server); });
+}
+
+void session::rename(const std::string& from, const std::string& to)
+{
+    const auto source = state_->begin_named(from);
+    const auto target = state_->begin_named(to);
+    const auto what = "cannot rename " + quoted(source) + " to " + quoted(target);
+    auto& view = state_->view;
+    const auto old_name = name_for_command(view, source);
+    const auto new_name = name_for_command(view, target);
+    // Many servers would put the one in the other's place.
+    if (!view.has(source))
+        throw failure(failure_kind::not_found, what + ": the first does not exist");
+    if (view.has(target))
+        throw failure(failure_kind::conflict, what + ": the second exists already");
+    const auto explain = [&](const replies& server) {
+        return explain_rename(view, target, server);
+    };
+    const auto server = state_->run(
+        what,
+        [&](core::curl_ptr& handle) {
+            if (view.is_sftp())
+                core::sftp_rename_remote_file(handle, old_name, new_name);
+            else
+                core::rename_remote_file(handle, old_name, new_name);
+        },
+        explain);
+    // The library takes more for success than is one.
+    if (view.has(source)) {
+        const auto found = explain(server);
+        view.raise(what, found.kind, found.reason);
+    }
+    if (!view.has(target))
+        view.raise(what, failure_kind::transfer, "it is at neither name any more");
+}
+
 void session::upload(const std::filesystem::path& local, const std::string& remote,
                      transfer_mode mode)
 {
     const auto path = state_->begin_transfer(remote, mode);
+    const auto remote_name = utf16_name(path);
+    const auto local_name = utf16_path(local);
+    const auto what = "cannot store " + quoted(path);
+    std::error_code unknown;
+    const auto is_plain = std::filesystem::is_regular_file(local, unknown);
+    const auto size = is_plain ? std::filesystem::file_size(local, unknown) : 0;
     state_->run(
-        "cannot store " + quoted(path),
+        what,
         [&](core::curl_ptr& handle) {
-            core::send_file(handle, local.u16string(), fl::i18n::utf8_to_ustring(path),
-                            mode == transfer_mode::text);
+            core::send_file(handle, local_name, remote_name, mode == transfer_mode::text);
         },
         [&](const replies& server) { return explain_upload(state_->view, path, server); });
+    // Over SFTP libcurl takes the end of the file for the end of the upload, wherever it comes.
+    const auto uploaded = state_->link.watching().bytes_uploaded();
+    if (mode == transfer_mode::binary && !unknown && std::cmp_less(uploaded, size))
+        throw failure(failure_kind::transfer,
+                      what + ": the local file became shorter while it was sent");
 }
 
 void session::download(const std::string& remote, const std::filesystem::path& local,
                        transfer_mode mode)
 {
     const auto path = state_->begin_transfer(remote, mode);
+    const auto remote_name = utf16_name(path);
+    const auto local_name = utf16_path(local);
     state_->run(
         "cannot fetch " + quoted(path),
         [&](core::curl_ptr& handle) {
-            core::receive_file(handle, fl::i18n::utf8_to_ustring(path), local.u16string(),
-                               mode == transfer_mode::text);
+            core::receive_file(handle, remote_name, local_name, mode == transfer_mode::text);
         },
         [&](const replies& server) { return explain_download(state_->view, path, server); });
+}
+
+std::string session::system_type()
+{
+    const auto what = std::string("cannot ask for the server's system");
+    if (state_->view.is_sftp())
+        throw invalid_input("an SFTP server does not tell its system");
+    state_->begin({});
+    const auto text = core::syst(state_->link.handle());
+    const std::string code = "215 ";
+    if (const auto line = core::match_response_code(text, code))
+        return line->substr(code.size());
+    const auto reply = core::last_response_code(state_->link.handle());
+    constexpr auto first_refusal = 400;
+    if (reply < first_refusal)
+        state_->view.raise(what, failure_kind::connection, "there is no answer");
+    const auto number = std::to_string(reply);
+    state_->view.raise(what, kind_of_refusal(number, failure_kind::permission),
+                       "the server refuses with code " + number);
 }
 
 } // namespace tarnix::ftp

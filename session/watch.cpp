@@ -1,10 +1,13 @@
 #include "watch.hpp"
 
+#include <algorithm>
+#include <utility>
+
 namespace tarnix::ftp {
 
 namespace core = tarnix::io::ftp::core;
 
-watch::watch(std::chrono::seconds patience, std::function<bool()> cancelled)
+watch::watch(std::chrono::milliseconds patience, std::function<bool()> cancelled)
     : patience_(patience), cancelled_(std::move(cancelled))
 {
     restart();
@@ -12,6 +15,7 @@ watch::watch(std::chrono::seconds patience, std::function<bool()> cancelled)
 
 void watch::observe(core::curl_ptr& handle)
 {
+    handle_ = handle.get();
     core::set_option(handle, CURLOPT_XFERINFODATA, this);
     core::set_option(handle, CURLOPT_XFERINFOFUNCTION, reinterpret_cast<void (*)()>(&progress));
     core::set_option(handle, CURLOPT_NOPROGRESS, 0LL);
@@ -19,8 +23,9 @@ void watch::observe(core::curl_ptr& handle)
 
 void watch::restart()
 {
-    moved_ = 0;
-    last_move_ = std::chrono::steady_clock::now();
+    before_ = {};
+    uploaded_ = 0;
+    note_movement();
     ended_ = ending::none;
 }
 
@@ -29,7 +34,12 @@ int watch::progress(void* self, curl_off_t, curl_off_t downloaded, curl_off_t,
 {
     auto& the_watch = *static_cast<watch*>(self);
     try {
-        the_watch.ended_ = the_watch.judge(downloaded + uploaded);
+        state now;
+        now.bytes = downloaded + uploaded;
+        curl_easy_getinfo(the_watch.handle_, CURLINFO_RESPONSE_CODE, &now.reply);
+        curl_easy_getinfo(the_watch.handle_, CURLINFO_TOTAL_TIME_T, &now.time);
+        the_watch.uploaded_ = std::max(the_watch.uploaded_, uploaded);
+        the_watch.ended_ = the_watch.judge(now);
     } catch (...) {
         // libcurl's C frames are below; the caller who cannot be asked has cancelled.
         the_watch.ended_ = ending::cancelled;
@@ -37,18 +47,23 @@ int watch::progress(void* self, curl_off_t, curl_off_t downloaded, curl_off_t,
     return the_watch.ended_ == ending::none ? 0 : 1;
 }
 
-watch::ending watch::judge(curl_off_t moved)
+/// A reply is a movement, and so is the start of a request, in which libcurl's clock begins anew.
+bool watch::has_moved(const state& now) const
+{
+    return now.bytes != before_.bytes || now.reply != before_.reply || now.time < before_.time;
+}
+
+watch::ending watch::judge(const state& now)
 {
     if (ended_ != ending::none)
         return ended_;
     if (cancelled_ && cancelled_())
         return ending::cancelled;
-    const auto now = std::chrono::steady_clock::now();
-    if (moved != moved_) {
-        moved_ = moved;
-        last_move_ = now;
-    }
-    return now - last_move_ > patience_ ? ending::stalled : ending::none;
+    if (has_moved(now))
+        note_movement();
+    before_ = now;
+    const auto idle = std::chrono::steady_clock::now() - last_move_;
+    return idle > patience_ ? ending::stalled : ending::none;
 }
 
 } // namespace tarnix::ftp

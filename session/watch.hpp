@@ -12,7 +12,8 @@ namespace tarnix::ftp {
 /// libcurl keeps the address of this object.
 class watch {
 public:
-    watch(std::chrono::seconds patience, std::function<bool()> cancelled);
+    /// `patience` is how long nothing may move.
+    watch(std::chrono::milliseconds patience, std::function<bool()> cancelled);
     watch(const watch&) = delete;
     watch& operator=(const watch&) = delete;
 
@@ -20,6 +21,14 @@ public:
 
     /// At the start of each operation.
     void restart();
+
+    void set_patience(std::chrono::milliseconds patience) { patience_ = patience; }
+
+    /// Something arrived that libcurl does not count, as the entries of an SFTP listing.
+    void note_movement() { last_move_ = std::chrono::steady_clock::now(); }
+
+    /// In the request that sent most since the restart.
+    curl_off_t bytes_uploaded() const { return uploaded_; }
 
     bool was_cancelled() const { return ended_ == ending::cancelled; }
     bool has_stalled() const { return ended_ == ending::stalled; }
@@ -29,11 +38,21 @@ private:
 
     static int progress(void* self, curl_off_t, curl_off_t downloaded, curl_off_t,
                         curl_off_t uploaded) noexcept;
-    ending judge(curl_off_t moved);
+    /// What changes when something moves.
+    struct state {
+        curl_off_t bytes = 0;
+        long reply = 0;
+        curl_off_t time = 0;
+    };
 
-    std::chrono::seconds patience_;
+    ending judge(const state& now);
+    bool has_moved(const state& now) const;
+
+    std::chrono::milliseconds patience_;
     std::function<bool()> cancelled_;
-    curl_off_t moved_ = 0;
+    CURL* handle_ = nullptr;
+    state before_;
+    curl_off_t uploaded_ = 0;
     std::chrono::steady_clock::time_point last_move_;
     ending ended_ = ending::none;
 };

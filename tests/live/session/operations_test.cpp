@@ -149,6 +149,74 @@ TEST_P(SessionOperationsTest, says_why_a_folder_cannot_be_removed)
     EXPECT_TRUE(fs::exists(remote("full/file")));
 }
 
+TEST_P(SessionOperationsTest, tells_files_from_folders)
+{
+    make_remote_file("file", "x");
+    make_remote_file("empty", "");
+    make_remote_folder("folder");
+    make_remote_folder("locked");
+    fs::permissions(remote("locked"), fs::perms::owner_all);
+    EXPECT_TRUE(session_.is_file("file"));
+    EXPECT_TRUE(session_.is_file("empty"));
+    EXPECT_FALSE(session_.is_file("folder"));
+    EXPECT_FALSE(session_.is_file("locked"));
+    EXPECT_FALSE(session_.is_file("missing"));
+    EXPECT_FALSE(session_.is_file("missing/file"));
+    EXPECT_FALSE(session_.is_file("/"));
+}
+
+TEST_P(SessionOperationsTest, removes_files)
+{
+    make_remote_folder("folder");
+    for (const std::string name : {"file", "folder/file", "quote\"\\ and #"}) {
+        make_remote_file(name, "x");
+        session_.remove_file(name);
+        EXPECT_FALSE(fs::exists(remote(name))) << name;
+    }
+}
+
+TEST_P(SessionOperationsTest, says_why_a_file_cannot_be_removed)
+{
+    make_remote_folder("folder");
+    make_remote_folder("locked");
+    make_remote_file("locked/file", "x");
+    fs::permissions(remote("locked"), fs::perms::owner_all | fs::perms::others_exec);
+    EXPECT_EQ(failure_of([&] { session_.remove_file("folder"); }), failure_kind::conflict);
+    EXPECT_EQ(failure_of([&] { session_.remove_file("missing"); }), failure_kind::not_found);
+    EXPECT_EQ(failure_of([&] { session_.remove_file("locked/file"); }), failure_kind::permission);
+    EXPECT_TRUE(fs::exists(remote("folder")));
+    EXPECT_TRUE(fs::exists(remote("locked/file")));
+}
+
+TEST_P(SessionOperationsTest, renames_files_and_folders)
+{
+    make_remote_folder("folder");
+    make_remote_file("one \"1\"", "x");
+    session_.rename("one \"1\"", "folder/two \"2\"");
+    EXPECT_EQ(read_bytes(remote("folder/two \"2\"")), "x");
+    EXPECT_FALSE(fs::exists(remote("one \"1\"")));
+    session_.rename("folder", remote("other"));
+    EXPECT_EQ(read_bytes(remote("other/two \"2\"")), "x");
+}
+
+TEST_P(SessionOperationsTest, says_why_a_name_cannot_be_changed)
+{
+    make_remote_file("one", "1");
+    make_remote_file("two", "2");
+    make_remote_folder("locked");
+    fs::permissions(remote("locked"), fs::perms::owner_all | fs::perms::others_exec);
+    const auto rename = [&](const char* from, const char* to) {
+        return failure_of([&] { session_.rename(from, to); });
+    };
+    EXPECT_EQ(rename("missing", "new"), failure_kind::not_found);
+    EXPECT_EQ(rename("one", "two"), failure_kind::conflict);
+    EXPECT_EQ(rename("one", "one"), failure_kind::conflict);
+    EXPECT_EQ(rename("one", "missing/new"), failure_kind::not_found);
+    EXPECT_EQ(rename("one", "locked/new"), failure_kind::permission);
+    EXPECT_EQ(read_bytes(remote("one")), "1");
+    EXPECT_EQ(read_bytes(remote("two")), "2");
+}
+
 /// Neither text nor a multiple of a buffer.
 std::string bytes(std::size_t count)
 {
@@ -181,6 +249,22 @@ TEST_P(SessionOperationsTest, keeps_small_uploads_whole)
         session_.upload(sent, "stored");
         EXPECT_EQ(read_bytes(remote("stored")), content);
     }
+}
+
+TEST_P(SessionOperationsTest, does_not_take_a_part_of_a_file_for_the_whole)
+{
+    const auto sent = write_bytes(local_ / "sent", bytes(20'000'000));
+    auto shorten = false;
+    auto options = login_to(GetParam());
+    options.starting_folder = session_.working_folder();
+    options.cancelled = [&] {
+        if (shorten)
+            fs::resize_file(sent, 1000);
+        return false;
+    };
+    ftp::session session(url_of(GetParam()), options);
+    shorten = true;
+    EXPECT_EQ(failure_of([&] { session.upload(sent, "stored"); }), failure_kind::transfer);
 }
 
 TEST_P(SessionOperationsTest, replaces_files_on_both_sides)
@@ -295,6 +379,24 @@ TEST_P(SessionOperationsTest, control_characters_are_refused_and_nothing_is_done
     EXPECT_FALSE(fs::exists(local_ / "y"));
 }
 
+TEST_P(SessionOperationsTest, names_that_are_not_utf8_are_refused)
+{
+    const auto bad = std::string("caf\xE9");
+    const auto file = write_bytes(local_ / "x", "x");
+    EXPECT_THROW(session_.upload(file, bad), ftp::invalid_input);
+    EXPECT_THROW(session_.download(bad, local_ / "y"), ftp::invalid_input);
+    EXPECT_THROW(session_.remove_file(bad), ftp::invalid_input);
+    EXPECT_EQ(failure_of([&] { session_.upload(local_ / bad, "x"); }), failure_kind::local_file);
+    make_remote_file("file", "x");
+    EXPECT_EQ(failure_of([&] { session_.download("file", local_ / bad); }),
+              failure_kind::local_file);
+    try {
+        session_.upload(file, bad);
+    } catch (const ftp::invalid_input& error) {
+        EXPECT_THAT(error.what(), HasSubstr("/caf?\""));
+    }
+}
+
 TEST_P(SessionOperationsTest, paths_that_mean_nothing_are_refused)
 {
     EXPECT_THROW(session_.make_folder(""), ftp::invalid_input);
@@ -374,6 +476,11 @@ TEST_P(FtpTextModeTest, text_arrives_with_the_servers_line_ends)
     EXPECT_EQ(read_bytes(local_ / "y"), "a\nb\n");
 }
 
+TEST_P(FtpTextModeTest, the_server_tells_its_system)
+{
+    EXPECT_THAT(session_.system_type(), testing::StartsWith("UNIX"));
+}
+
 TEST_P(FtpTextModeTest, active_mode_transfers_too)
 {
     auto options = login_to(GetParam());
@@ -399,6 +506,24 @@ TEST_P(SftpOnlyTest, a_tilde_is_the_login_folder)
     EXPECT_TRUE(fs::is_directory(remote("new")));
     session_.change_folder("~");
     EXPECT_EQ(session_.working_folder(), root);
+}
+
+TEST_P(SftpOnlyTest, the_system_is_not_told)
+{
+    EXPECT_THROW(session_.system_type(), ftp::invalid_input);
+}
+
+TEST_P(SftpOnlyTest, a_long_listing_is_waited_for)
+{
+    make_remote_folder("long");
+    constexpr std::size_t count = 60'000;
+    for (std::size_t i = 0; i < count; ++i)
+        write_bytes(remote("long/file " + std::to_string(i)), "");
+    auto options = login_to(GetParam());
+    options.starting_folder = remote("long");
+    options.reply_timeout = std::chrono::seconds(1);
+    ftp::session impatient(url_of(GetParam()), options);
+    EXPECT_EQ(impatient.names().size(), count);
 }
 
 TEST_P(SftpOnlyTest, text_mode_is_refused)

@@ -2,7 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <stdexcept>
+#include <thread>
 
 namespace tarnix::ftp {
 namespace {
@@ -53,6 +55,23 @@ TEST(WatchTest, takes_a_question_that_raises_for_a_yes)
     watch watching(60s, []() -> bool { throw std::runtime_error("x"); });
     EXPECT_EQ(run_request(watching), CURLE_ABORTED_BY_CALLBACK);
     EXPECT_TRUE(watching.was_cancelled());
+}
+
+TEST(WatchTest, takes_what_it_is_told_of_for_a_movement)
+{
+    constexpr auto patience = 1s;
+    const auto let_time_pass = [&] {
+        const auto end = std::chrono::steady_clock::now() + patience;
+        while (std::chrono::steady_clock::now() <= end)
+            std::this_thread::yield();
+    };
+    watch watching(patience, {});
+    let_time_pass();
+    EXPECT_EQ(run_request(watching), CURLE_ABORTED_BY_CALLBACK);
+    watching.restart();
+    let_time_pass();
+    watching.note_movement();
+    EXPECT_EQ(run_request(watching), CURLE_OK);
 }
 
 TEST(WatchTest, ends_a_request_in_which_nothing_moves)

@@ -124,6 +124,20 @@ TEST_F(MisbehavingServerTest, a_transfer_in_which_nothing_moves_ends)
         HasSubstr("does not answer"));
 }
 
+TEST_F(MisbehavingServerTest, slow_replies_that_each_come_in_time_are_waited_for)
+{
+    options_.reply_timeout = 2s;
+    pacing slow;
+    slow.piece = 16;
+    slow.gap = 700ms;
+    server_.pace_control(slow);
+    options_.connect_timeout = 30s;
+    auto session = connect();
+    const auto begin = std::chrono::steady_clock::now();
+    session.exists("file");
+    EXPECT_GT(std::chrono::steady_clock::now() - begin, options_.reply_timeout);
+}
+
 TEST_F(MisbehavingServerTest, a_session_can_be_cancelled)
 {
     auto cancel = false;
@@ -178,6 +192,32 @@ TEST_F(MisbehavingServerTest, a_listing_without_matches_is_an_empty_folder)
     auto session = connect();
     server_.reply_to("NLST", 450, "no files found");
     EXPECT_THAT(session.names(), IsEmpty());
+    server_.reply_to("NLST", 450, ".: No such file or directory");
+    EXPECT_THAT(session.names(), IsEmpty());
+    server_.reply_to("LIST", 550, "No files found.");
+    EXPECT_EQ(session.list(), "");
+}
+
+TEST_F(MisbehavingServerTest, a_listing_that_is_refused_is_no_empty_folder)
+{
+    auto session = connect();
+    server_.reply_to("NLST", 450, "Permission denied");
+    EXPECT_THAT(failure_of_kind(failure_kind::permission, [&] { session.names(); }),
+                HasSubstr("450 Permission denied"));
+    server_.reply_to("LIST", 450, "Permission denied");
+    failure_of_kind(failure_kind::permission, [&] { session.list(); });
+}
+
+TEST_F(MisbehavingServerTest, a_look_that_fails_is_no_no)
+{
+    auto session = connect();
+    server_.reply_to("NLST", 425, "no data connection");
+    EXPECT_THAT(failure_of_kind(failure_kind::transfer, [&] { session.exists("x"); }),
+                HasSubstr("425 no data"));
+    server_.close_on("NLST");
+    failure_of_kind(failure_kind::connection, [&] { session.exists("x"); });
+    server_.reply_to("NLST", 450, "x: No such file or directory");
+    EXPECT_FALSE(session.exists("x"));
 }
 
 TEST_F(MisbehavingServerTest, the_servers_words_reach_the_caller)
@@ -213,6 +253,48 @@ TEST_F(MisbehavingServerTest, an_upload_that_is_refused_at_its_end_fails)
     EXPECT_THAT(failure_of_kind(failure_kind::transfer,
                                 [&] { session.upload(write_bytes(local_ / "x", "x"), "x"); }),
                 HasSubstr("452 disk full"));
+}
+
+TEST_F(MisbehavingServerTest, a_file_is_known_without_sizes)
+{
+    server_.tree().add_file("/home/file", "x");
+    server_.reply_to("SIZE", 502, "what?");
+    auto session = connect();
+    EXPECT_TRUE(session.is_file("file"));
+    EXPECT_FALSE(session.is_file("missing"));
+    EXPECT_FALSE(session.is_file("/home"));
+    server_.reply_to("RETR", 550, "not yours");
+    EXPECT_THAT(failure_of_kind(failure_kind::permission, [&] { session.is_file("file"); }),
+                HasSubstr("550 not yours"));
+}
+
+TEST_F(MisbehavingServerTest, a_rename_that_only_seems_to_go_well_fails)
+{
+    server_.tree().add_file("/home/file", "x");
+    auto session = connect();
+    server_.reply_to("RNTO", 452, "disk full");
+    EXPECT_THAT(failure_of_kind(failure_kind::transfer, [&] { session.rename("file", "new"); }),
+                HasSubstr("452 disk full"));
+    server_.close_on("RNTO");
+    EXPECT_THROW(session.rename("file", "new"), ftp::failure);
+    server_.reply_to("RNTO", 250, "done");
+    EXPECT_THROW(session.rename("file", "new"), ftp::failure);
+    server_.clear_script();
+    session.rename("file", "new");
+    EXPECT_TRUE(server_.tree().is_file("/home/new"));
+    EXPECT_FALSE(server_.tree().is_file("/home/file"));
+}
+
+TEST_F(MisbehavingServerTest, the_system_is_what_the_server_says)
+{
+    auto session = connect();
+    server_.reply_to("SYST", 215, "OTHER 215 x");
+    EXPECT_EQ(session.system_type(), "OTHER 215 x");
+    server_.reply_to("SYST", 502, "not told");
+    EXPECT_THAT(failure_of_kind(failure_kind::transfer, [&] { session.system_type(); }),
+                HasSubstr("502"));
+    server_.close_on("SYST");
+    failure_of_kind(failure_kind::connection, [&] { session.system_type(); });
 }
 
 TEST_F(MisbehavingServerTest, quotes_in_the_login_folder_are_understood)

@@ -22,7 +22,8 @@ enum class transfer_mode {
 ///
 /// Paths on the server are UTF-8, absolute or relative to the working folder; "." and ".." are
 /// resolved as in a URL, without the server. Over SFTP "~" and "~/..." mean the login folder.
-/// Names with control characters are refused with invalid_input before anything is sent.
+/// Names with control characters are refused with invalid_input before anything is sent, as are
+/// names of files to move, remove or rename that are not UTF-8.
 ///
 /// Failures are `failure`, or an identifier exception of the library below where the session has
 /// nothing to add to it (local files, a missing service); `kind_of` tells of both. One thread at a
@@ -57,10 +58,23 @@ public:
     /// "no" takes three looks, the last one at a listing of the folder above.
     bool exists(const std::string& path);
 
+    /// Whether `path` is there and is no folder. Over FTP a file takes two looks, a missing name
+    /// three; on servers without SIZE the file is opened for reading, and when they let one do
+    /// neither, raises a permission failure. Raises too when there was no answer to tell from.
+    bool is_file(const std::string& path);
+
     void make_folder(const std::string& path);
 
     /// Removes an empty folder.
     void remove_folder(const std::string& path);
+
+    /// Raises not_found for a missing file, and conflict for a folder.
+    void remove_file(const std::string& path);
+
+    /// Gives a file or a folder another name, in another folder too. Looks at both names before and
+    /// after: raises not_found when `from` is missing, conflict when there is something at `to`
+    /// already, and another failure when in the end not `to` alone is there.
+    void rename(const std::string& from, const std::string& to);
 
     /// Stores the local file under the name `remote`, over what is there. When it fails, a part
     /// of the file may be left on the server.
@@ -71,6 +85,10 @@ public:
     /// it is when the download fails: download to a temporary name and rename.
     void download(const std::string& remote, const std::filesystem::path& local,
                   transfer_mode mode = transfer_mode::binary);
+
+    /// What an FTP server says of its system, "UNIX Type: L8" for most. One request. Raises
+    /// invalid_input over SFTP, which does not tell.
+    std::string system_type();
 
 private:
     struct TARNIX_SESSION_NO_EXPORT state;
