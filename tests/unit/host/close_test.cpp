@@ -4,6 +4,7 @@
 #include <tarnix/io/common/file_errors.hpp>
 
 #include <fl/i18n/ustring_conversion.hpp>
+#include <foundation/core/except.hpp>
 
 #include "temporary_folder.hpp"
 
@@ -46,7 +47,7 @@ TEST(CloseTest, an_interruption_is_a_failure)
     EXPECT_FALSE(is_interrupted);
     ASSERT_TRUE(failure);
     EXPECT_THROW(file::handle_exception(failure, opened, file::Operation::close),
-                 TARNIX::io::common::file::CloseFailed);
+                 foundation::core::except::Exception<TARNIX::io::common::file::CloseFailed>);
     // The descriptor is gone: it is not closed a second time.
     EXPECT_FALSE(file::close(opened));
 }
