@@ -81,6 +81,10 @@ TEST(ArgumentsTest, what_does_not_fit_is_refused)
     EXPECT_THAT(complaint_about({"ftp://h", "pwd", "x"}), HasSubstr("usage"));
     EXPECT_THAT(complaint_about({"ftp://h", "mkdir"}), HasSubstr("mkdir FOLDER"));
     EXPECT_THAT(complaint_about({"ftp://h", "get"}), HasSubstr("get REMOTE"));
+    EXPECT_THAT(complaint_about({"ftp://h", "rm"}), HasSubstr("rm FILE"));
+    EXPECT_THAT(complaint_about({"ftp://h", "mv", "a"}), HasSubstr("mv FROM TO"));
+    EXPECT_THAT(complaint_about({"ftp://h", "is-file"}), HasSubstr("is-file PATH"));
+    EXPECT_THAT(complaint_about({"ftp://h", "syst", "x"}), HasSubstr("syst"));
     EXPECT_THAT(complaint_about({"ftp://h", "put", "a", "b", "c"}), Not(IsEmpty()));
     EXPECT_THAT(complaint_about({"ftp://h", "pwd", "--bogus"}), HasSubstr("--bogus"));
     EXPECT_THAT(complaint_about({"ftp://h", "pwd", "--port", "0"}), HasSubstr("--port"));
