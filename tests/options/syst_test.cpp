@@ -94,21 +94,6 @@ TEST_F(syst_options, all_options_are_back_before_it_logs)
     EXPECT_EQ(before_logging, asking_syst());
 }
 
-TEST_F(syst_options, its_signature_stands_in_the_records_of_entry_and_exit)
-{
-    const log_recorder log(getLogger(), 32 | 64);
-    syst_of({});
-    const auto records = log.records();
-    ASSERT_FALSE(records.empty());
-    for (const auto& record : {records.front(), records.back()}) {
-        EXPECT_EQ(record.message, "std::string tarnix::io::ftp::core::syst(curl_ptr &)");
-        EXPECT_EQ(record.file, "src/syst");
-        EXPECT_EQ(record.depth, 0);
-    }
-    EXPECT_EQ(records.front().severity, 32);
-    EXPECT_EQ(records.back().severity, 64);
-}
-
 TEST_F(syst_options, an_empty_handle_raises_and_sets_nothing)
 {
     const curl_ptr holder(std::move(handle_));

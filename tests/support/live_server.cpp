@@ -6,6 +6,7 @@
 #include <poll.h>
 #include <signal.h>
 #include <spawn.h>
+#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -26,6 +27,7 @@ using std::chrono::steady_clock;
 
 constexpr auto start_limit = std::chrono::seconds(60);
 constexpr auto stop_limit = std::chrono::seconds(20);
+constexpr auto kill_limit = std::chrono::seconds(5);
 
 class descriptor {
 public:
@@ -95,6 +97,9 @@ public:
         posix_spawn_file_actions_destroy(&actions);
         if (error != 0)
             throw std::system_error(error, std::generic_category(), words[0]);
+        ended_ = descriptor(static_cast<int>(::syscall(SYS_pidfd_open, child_, 0)));
+        if (ended_.number() < 0)
+            throw std::system_error(errno, std::generic_category(), "pidfd_open");
         keep_open_ = std::move(keep_open);
         description_ = std::move(description);
     }
@@ -142,22 +147,27 @@ private:
     bool end()
     {
         keep_open_.close();
-        const auto deadline = steady_clock::now() + stop_limit;
-        // Its end closes its output.
-        std::array<char, 4096> buffer{};
-        bool closed = false;
-        while (!closed && readable(description_, deadline))
-            closed = ::read(description_.number(), buffer.data(), buffer.size()) <= 0;
-        if (!closed)
+        if (!has_ended_within(stop_limit)) {
+            // Refused where the child is sudo: it stays then, rather than this program with it.
             ::kill(child_, SIGKILL);
+            if (!has_ended_within(kill_limit))
+                return false;
+        }
         int status = 0;
         while (::waitpid(child_, &status, 0) < 0 && errno == EINTR) {
         }
-        return closed && WIFEXITED(status) && WEXITSTATUS(status) == 0;
+        return WIFEXITED(status) && WEXITSTATUS(status) == 0;
+    }
+
+    bool has_ended_within(steady_clock::duration limit) const
+    {
+        return readable(ended_, steady_clock::now() + limit);
     }
 
     std::string kind_;
     pid_t child_ = -1;
+    /// Readable when the child has ended.
+    descriptor ended_;
     descriptor keep_open_;
     descriptor description_;
 };

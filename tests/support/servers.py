@@ -108,6 +108,14 @@ def process_table():
     return table
 
 
+def is_running(program):
+    for entry in filter(str.isdigit, os.listdir("/proc")):
+        with contextlib.suppress(OSError):
+            if Path("/proc", entry, "comm").read_text(encoding="utf-8").strip() == program:
+                return True
+    return False
+
+
 def descendants():
     table = process_table()
     found, level = set(), {os.getpid()}
@@ -220,8 +228,10 @@ class Registry:
         marker = self.folder / self.made_ssh_folder
         if marker.exists():
             marker.unlink()
-            with contextlib.suppress(OSError):
-                self.ssh_folder.rmdir()
+            # One that the system has started meanwhile needs it from now on.
+            if not is_running("sshd"):
+                with contextlib.suppress(OSError):
+                    self.ssh_folder.rmdir()
         self.folder.rmdir()
 
 

@@ -164,7 +164,7 @@ INSTANTIATE_TEST_SUITE_P(
         operation_row{{"request_header"}, [](curl_ptr& h) { scoped_request(h).request_header(); }},
         operation_row{{"request_body"}, [](curl_ptr& h) { scoped_request(h).request_body(); }},
         operation_row{
-            "request_quoted",
+            {"request_quoted"},
             [](curl_ptr& h) { scoped_request(h).request_quoted("ftp://h/", slist{"NOOP"}); }},
         operation_row{{"unsafe_cd"}, [](curl_ptr& h) { core::unsafe_cd(h, "ftp://h/"); }},
         operation_row{{"cd"}, [](curl_ptr& h) { core::cd(h, "ftp://h/"); }},

@@ -220,7 +220,7 @@ TEST(ScriptedServerStopTest, ends_at_once_whatever_the_clients_do)
     waiting.line();
     waiting.ask("EPSV");
     EXPECT_EQ(waiting.ask("RETR nothing"), "550 No such file.");
-    server->tree().add_file("/f", std::string(50'000'000, 'x'));
+    server->tree().add_file("/f", std::string(20'000'000, 'x'));
     // No data connection will be made.
     waiting.ask("EPSV");
     EXPECT_EQ(waiting.ask("RETR f"), "150 Here we go.");

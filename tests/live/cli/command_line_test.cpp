@@ -1,5 +1,6 @@
 #include "program_run.hpp"
 
+#include <support/connect_proxy.hpp>
 #include <support/live_server.hpp>
 #include <support/scripted_server.hpp>
 #include <support/temporary_folder.hpp>
@@ -510,6 +511,23 @@ TEST_F(MisbehavingServerTest, an_interrupted_get_leaves_nothing)
         EXPECT_THAT(names_in(local_.path()), Not(testing::Contains(StartsWith(".tarnix-ftp"))));
         EXPECT_FALSE(fs::exists(local_ / "file"));
     }
+}
+
+TEST_F(MisbehavingServerTest, a_proxy_is_used_when_asked_for)
+{
+    const connect_proxy proxy;
+    const auto url = "http://127.0.0.1:" + std::to_string(proxy.port());
+    auto wanted = ask({"mkdir", "direct"});
+    for (const auto* name : {"http_proxy", "https_proxy", "ftp_proxy", "all_proxy"})
+        wanted.environment[name] = url;
+    EXPECT_EQ(run(wanted).code, 0);
+    EXPECT_THAT(proxy.requests(), IsEmpty());
+    EXPECT_TRUE(server_.tree().is_folder("/home/direct"));
+
+    wanted.arguments = ask({"--proxy", "mkdir", "through"}).arguments;
+    EXPECT_EQ(run(wanted).code, 0);
+    EXPECT_THAT(proxy.requests(), Not(IsEmpty()));
+    EXPECT_TRUE(server_.tree().is_folder("/home/through"));
 }
 
 TEST_F(MisbehavingServerTest, silence_ends)

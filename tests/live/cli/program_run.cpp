@@ -151,7 +151,7 @@ std::vector<char*> pointers(std::vector<std::string>& texts)
 pid_t start(const program& wanted, const spawn_actions& actions)
 {
     auto words = wanted.under;
-    words.emplace_back(TARNIX_PROGRAM);
+    words.push_back(wanted.file.empty() ? TARNIX_PROGRAM : wanted.file);
     words.insert(words.end(), wanted.arguments.begin(), wanted.arguments.end());
     std::vector<std::string> variables;
     for (const auto& [name, value] : wanted.environment)

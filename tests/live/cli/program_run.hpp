@@ -12,6 +12,7 @@ namespace tarnix::test {
 
 /// How a child process is started. It gets no environment but this one.
 struct program {
+    std::string file{};                 ///< "" for tarnix-ftp
     std::vector<std::string> arguments; ///< behind the program's name
     std::map<std::string, std::string> environment;
     std::filesystem::path folder; ///< to run in
@@ -37,8 +38,8 @@ struct program_result {
     std::string terminal; ///< what the terminal showed
 };
 
-/// Runs tarnix-ftp to its end. Raises `std::runtime_error` when it does not end in time; it is dead
-/// then.
+/// Runs the program to its end. Raises `std::runtime_error` when it does not end in time; it is
+/// dead then.
 program_result run(const program& wanted);
 
 } // namespace tarnix::test

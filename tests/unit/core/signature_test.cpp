@@ -191,6 +191,24 @@ const std::vector<traced_function> functions{
      "std::pair<common::file::File, size_t> tarnix::io::ftp::core::(anonymous "
      "namespace)::make_file_with_size(const fl::ustring &)",
      "src/file", std::nullopt, [](curl_ptr& h) { send_file(h, u"a", u"b", false); }},
+    {"delete_remote_file",
+     "void tarnix::io::ftp::core::delete_remote_file(curl_ptr &, const fl::ustring &)", "src/file",
+     std::nullopt, [](curl_ptr& h) { delete_remote_file(h, u"a"); }},
+    {"rename_remote_file",
+     "void tarnix::io::ftp::core::rename_remote_file(curl_ptr &, const fl::ustring &, const "
+     "fl::ustring &)",
+     "src/file", std::nullopt, [](curl_ptr& h) { rename_remote_file(h, u"a", u"b"); }},
+    {"sftp_delete_remote_file",
+     "void tarnix::io::ftp::core::sftp_delete_remote_file(curl_ptr &, const fl::ustring &)",
+     "src/file", std::nullopt, [](curl_ptr& h) { sftp_delete_remote_file(h, u"/a"); }},
+    {"sftp_rename_remote_file",
+     "void tarnix::io::ftp::core::sftp_rename_remote_file(curl_ptr &, const fl::ustring &, const "
+     "fl::ustring &)",
+     "src/file", std::nullopt, [](curl_ptr& h) { sftp_rename_remote_file(h, u"/a", u"/b"); }},
+    {"is_file", "bool tarnix::io::ftp::core::is_file(curl_ptr &, const fl::ustring &)", "src/file",
+     std::nullopt, [](curl_ptr& h) { is_file(h, u"a"); }},
+    {"syst", "std::string tarnix::io::ftp::core::syst(curl_ptr &)", "src/syst", std::nullopt,
+     [](curl_ptr& h) { syst(h); }},
 };
 
 INSTANTIATE_TEST_SUITE_P(functions, signatures, testing::ValuesIn(functions),

@@ -4,10 +4,13 @@
 
 #include <gtest/gtest.h>
 
+#include <dlfcn.h>
+
 #include <climits>
 #include <cstddef>
 #include <cstdlib>
 #include <cstring>
+#include <new>
 #include <string>
 
 namespace {
@@ -17,6 +20,9 @@ const char* answer = nullptr;
 int answered_length = 0;
 int given_length = -1;
 int calls = 0;
+
+/// How many entries of a string list libcurl still takes.
+int entries_left = INT_MAX;
 
 char* copy_of_answer(int length)
 {
@@ -39,6 +45,13 @@ char* curl_easy_unescape(CURL*, const char*, int length, int* output_length)
 {
     *output_length = answered_length;
     return copy_of_answer(length);
+}
+
+curl_slist* curl_slist_append(curl_slist* list, const char* entry)
+{
+    using append = curl_slist* (*)(curl_slist*, const char*);
+    static const auto real = reinterpret_cast<append>(dlsym(RTLD_NEXT, "curl_slist_append"));
+    return entries_left-- > 0 ? real(list, entry) : nullptr;
 }
 
 } // extern "C"
@@ -121,6 +134,13 @@ TEST_F(escaping, as_many_bytes_are_taken_as_libcurl_says)
     EXPECT_EQ(percent_decode(handle_, "a"), "ans");
     answered_length = 0;
     EXPECT_EQ(percent_decode(handle_, "a"), "");
+}
+
+TEST(StringList, raises_bad_alloc_when_an_entry_is_refused_and_frees_those_before)
+{
+    entries_left = 1;
+    EXPECT_THROW((slist{"RNFR a", "RNTO b"}), std::bad_alloc);
+    entries_left = INT_MAX;
 }
 
 } // namespace
