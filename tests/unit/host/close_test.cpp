@@ -14,6 +14,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <exception>
 #include <string>
 
 namespace {
@@ -36,6 +37,8 @@ extern "C" __attribute__((visibility("default"))) int close(int descriptor)
 namespace {
 
 namespace file = tarnix::io::common::file;
+using close_failure = foundation::core::except::Exception<TARNIX::io::common::file::CloseFailed,
+                                                          std::exception, void>;
 
 TEST(CloseTest, an_interruption_is_a_failure)
 {
@@ -46,8 +49,7 @@ TEST(CloseTest, an_interruption_is_a_failure)
     const auto failure = file::close(opened);
     EXPECT_FALSE(is_interrupted);
     ASSERT_TRUE(failure);
-    EXPECT_THROW(file::handle_exception(failure, opened, file::Operation::close),
-                 foundation::core::except::Exception<TARNIX::io::common::file::CloseFailed>);
+    EXPECT_THROW(file::handle_exception(failure, opened, file::Operation::close), close_failure);
     // The descriptor is gone: it is not closed a second time.
     EXPECT_FALSE(file::close(opened));
 }
