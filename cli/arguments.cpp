@@ -7,7 +7,10 @@
 
 #include <algorithm>
 #include <memory>
+<<<<<<< HEAD
 #include <string_view>
+=======
+>>>>>>> 7cdbe0e9e9c23f0325a40f1c0e135f42cfdee5f2
 
 namespace tarnix::cli {
 
@@ -127,6 +130,7 @@ void add_connection_options(CLI::App& app, arguments& given)
 
 std::string without_logins(const std::string& text)
 {
+<<<<<<< HEAD
     constexpr std::string_view before = "//";
     constexpr auto npos = std::string::npos;
     std::string result;
@@ -143,6 +147,13 @@ std::string without_logins(const std::string& text)
         copied = at;
     }
     return result + text.substr(copied);
+=======
+    const auto begin = text.find("//");
+    const auto end = text.rfind('@');
+    if (begin == std::string::npos || end == std::string::npos || end < begin)
+        return text;
+    return text.substr(0, begin) + "//***" + text.substr(end);
+>>>>>>> 7cdbe0e9e9c23f0325a40f1c0e135f42cfdee5f2
 }
 
 std::optional<arguments> read_arguments(int count, const char* const* values, std::string& answer)
@@ -178,7 +189,7 @@ std::optional<arguments> read_arguments(int count, const char* const* values, st
         given.operands.push_back(first);
     if (second_given->count() > 0)
         given.operands.push_back(second);
-    check_command(given.command, given.operands.size());
+    check_command(given.command, given.operands);
     return given;
 }
 

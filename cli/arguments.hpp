@@ -55,7 +55,8 @@ public:
 /// Raises usage_error; its text may repeat any of it.
 std::optional<arguments> read_arguments(int count, const char* const* values, std::string& answer);
 
-/// `text` with user and password of each URL in it made unreadable, for showing it.
+/// `text` for showing it, with everything made unreadable that may be the user or the password of a
+/// URL: a password may hold any character, so that is all from the first "//" to the last "@".
 std::string without_logins(const std::string& text);
 
 } // namespace tarnix::cli

@@ -94,11 +94,38 @@ exit_code download(ftp::session& session, const arguments& given)
     return exit_code::ok;
 }
 
+exit_code remove_file(ftp::session& session, const arguments& given)
+{
+    session.remove_file(given.operands.front());
+    return exit_code::ok;
+}
+
+exit_code rename(ftp::session& session, const arguments& given)
+{
+    session.rename(given.operands.front(), given.operands.back());
+    return exit_code::ok;
+}
+
+exit_code answer(bool yes)
+{
+    write_result(yes ? "yes\n" : "no\n");
+    return yes ? exit_code::ok : exit_code::no;
+}
+
 exit_code exists(ftp::session& session, const arguments& given)
 {
-    const auto found = session.exists(given.operands.front());
-    write_result(found ? "yes\n" : "no\n");
-    return found ? exit_code::ok : exit_code::no;
+    return answer(session.exists(given.operands.front()));
+}
+
+exit_code is_file(ftp::session& session, const arguments& given)
+{
+    return answer(session.is_file(given.operands.front()));
+}
+
+exit_code print_system_type(ftp::session& session, const arguments&)
+{
+    write_result(session.system_type() + '\n');
+    return exit_code::ok;
 }
 
 struct command {
@@ -110,7 +137,7 @@ struct command {
     std::string_view meaning;
 };
 
-constexpr std::array<command, 8> commands{{
+constexpr std::array<command, 12> commands{{
     {"pwd", 0, 0, &print_folder, "pwd", "print the folder that the session starts in"},
     {"ls", 0, 1, &list, "ls [FOLDER]", "print the server's long listing"},
     {"names", 0, 1, &list_names, "names [FOLDER]", "print the names in a folder, one on a line"},
@@ -118,7 +145,11 @@ constexpr std::array<command, 8> commands{{
     {"rmdir", 1, 1, &remove_folder, "rmdir FOLDER", "remove an empty folder"},
     {"put", 1, 2, &upload, "put LOCAL [REMOTE]", "store a file, also into a folder REMOTE"},
     {"get", 1, 2, &download, "get REMOTE [LOCAL]", "fetch a file, also into a folder LOCAL"},
+    {"rm", 1, 1, &remove_file, "rm FILE", "remove a file"},
+    {"mv", 2, 2, &rename, "mv FROM TO", "give a file or folder another name, which is not taken"},
     {"exists", 1, 1, &exists, "exists PATH", "print whether there is a file or folder"},
+    {"is-file", 1, 1, &is_file, "is-file PATH", "print whether there is a file, and no folder"},
+    {"syst", 0, 0, &print_system_type, "syst", "FTP: print what the server says of its system"},
 }};
 
 const command& find_command(const std::string& name)
@@ -132,11 +163,13 @@ const command& find_command(const std::string& name)
 
 } // namespace
 
-void check_command(const std::string& name, std::size_t operand_count)
+void check_command(const std::string& name, const operands& given)
 {
     const auto& found = find_command(name);
-    if (operand_count < found.least_operands || operand_count > found.most_operands)
+    if (given.size() < found.least_operands || given.size() > found.most_operands)
         throw usage_error("usage: tarnix-ftp [OPTIONS] URL " + std::string(found.usage));
+    if (std::any_of(given.begin(), given.end(), [](const auto& one) { return one.empty(); }))
+        throw usage_error(name + ": an argument is empty");
 }
 
 exit_code run_command(ftp::session& session, const arguments& given)

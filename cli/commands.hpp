@@ -5,13 +5,14 @@
 
 #include <tarnix/ftp/session.hpp>
 
-#include <cstddef>
 #include <string>
+#include <vector>
 
 namespace tarnix::cli {
 
-/// Raises usage_error when there is no such command or it takes another number of operands.
-void check_command(const std::string& name, std::size_t operands);
+/// Raises usage_error when there is no such command, when it takes another number of operands, or
+/// when one of them is empty, as an unset variable of a script is.
+void check_command(const std::string& name, const std::vector<std::string>& operands);
 
 /// Runs the command of a checked command line; its result goes to standard output.
 exit_code run_command(ftp::session& session, const arguments& given);

@@ -59,8 +59,8 @@ exit_code exit_code_of(const std::exception& error)
 std::string exit_code_help()
 {
     return "Exit codes:\n"
-           "   0  done; exists: yes\n"
-           "   1  exists: no\n"
+           "   0  done; exists, is-file: yes\n"
+           "   1  exists, is-file: no\n"
            "   2  the command line cannot be used\n"
            "   3  no connection, or it was lost\n"
            "   4  the server refuses the login\n"

@@ -26,7 +26,7 @@ void exit_now(int)
 void catch_interrupts()
 {
     std::signal(SIGPIPE, SIG_IGN);
-    for (const auto number : {SIGINT, SIGTERM, SIGHUP}) {
+    for (const auto number : {SIGINT, SIGQUIT, SIGTERM, SIGHUP}) {
         struct sigaction action {};
         // One that is ignored, as under nohup, stays ignored.
         if (::sigaction(number, nullptr, &action) == 0 && action.sa_handler == SIG_IGN)

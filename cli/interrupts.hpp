@@ -2,9 +2,9 @@
 
 namespace tarnix::cli {
 
-/// Lets the program end in good order when it is interrupted: SIGINT, SIGTERM and SIGHUP are only
-/// remembered, the first time, so that what is half done can be undone; a second one ends it at
-/// once. A reader of standard output that goes away does not end the program.
+/// Lets the program end in good order when it is interrupted: SIGINT, SIGQUIT, SIGTERM and SIGHUP
+/// are only remembered, the first time, so that what is half done can be undone; a second one ends
+/// it at once. A reader of standard output that goes away does not end the program.
 void catch_interrupts();
 
 bool interrupted() noexcept;

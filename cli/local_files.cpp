@@ -2,9 +2,8 @@
 
 #include <cerrno>
 #include <cstdlib>
-#include <fcntl.h>
+#include <optional>
 #include <string>
-#include <sys/stat.h>
 #include <system_error>
 #include <unistd.h>
 
@@ -20,8 +19,6 @@ namespace {
                            "\": " + std::generic_category().message(error));
 }
 
-constexpr mode_t permissions = 07777;
-
 /// What a new file gets from the system: nothing tells the mask without setting it.
 mode_t mode_of_new_file()
 {
@@ -30,40 +27,62 @@ mode_t mode_of_new_file()
     return 0666 & ~mask;
 }
 
-/// The permissions that the finished file shall have.
-mode_t wanted_mode(const fs::path& target)
+/// The file that is to be replaced, if there is one.
+std::optional<struct stat> find_replaceable(const fs::path& target)
 {
     struct stat found {};
     if (::stat(target.c_str(), &found) != 0) {
         if (errno != ENOENT)
             raise("cannot write", target, errno);
-        return mode_of_new_file();
+        return std::nullopt;
     }
     if (!S_ISREG(found.st_mode))
         throw local_file_error("cannot write \"" + target.string() + "\": it is no regular file");
     if (::access(target.c_str(), W_OK) != 0)
         raise("cannot write", target, errno);
-    return found.st_mode & permissions;
+    return found;
 }
 
-fs::path behind_links(const fs::path& target)
+/// Also behind links to what is not there yet.
+fs::path behind_links(fs::path target)
 {
-    std::error_code error;
-    auto real = fs::canonical(target, error);
-    return error ? target : real;
+    constexpr auto most_links = 40; // as many as the system follows
+    for (int followed = 0; followed < most_links; ++followed) {
+        std::error_code no_link;
+        const auto next = fs::read_symlink(target, no_link);
+        if (no_link)
+            return target;
+        target = target.parent_path() / next;
+    }
+    raise("cannot write", target, ELOOP);
 }
 
 } // namespace
 
+mode_t mode_in_place_of(const struct stat& old, const struct stat& made)
+{
+    constexpr mode_t all = 0777;
+    constexpr mode_t read_and_write = 0600;
+    constexpr mode_t group = 070;
+    auto mode = old.st_mode & all;
+    if (old.st_uid == made.st_uid && old.st_gid == made.st_gid)
+        return mode;
+    const auto others = mode & 07;
+    mode &= ~group | others << 3;
+    return mode | read_and_write;
+}
+
 pending_file::pending_file(const fs::path& target) : target_(behind_links(target))
 {
-    const auto mode = wanted_mode(target_);
+    const auto replaced = find_replaceable(target_);
     auto name = (target_.parent_path() / ".tarnix-ftp-XXXXXX").string();
     const auto descriptor = ::mkstemp(name.data());
     if (descriptor == -1)
         raise("cannot write", target_, errno);
     pending_ = name;
-    ::fchmod(descriptor, mode);
+    struct stat made {};
+    ::fstat(descriptor, &made);
+    ::fchmod(descriptor, replaced ? mode_in_place_of(*replaced, made) : mode_of_new_file());
     ::close(descriptor);
 }
 
@@ -88,10 +107,9 @@ fs::path local_target(const fs::path& target, const std::string& name)
 
 void check_readable(const fs::path& file)
 {
-    const auto descriptor = ::open(file.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
-    if (descriptor == -1)
+    // Without opening it, which would take from a pipe what another is to read.
+    if (::access(file.c_str(), R_OK) != 0)
         raise("cannot read", file, errno);
-    ::close(descriptor);
 }
 
 } // namespace tarnix::cli

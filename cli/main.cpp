@@ -59,9 +59,14 @@ exit_code run(int count, const char* const* values)
         write_result(answer);
         return exit_code::ok;
     }
-    const auto server = read_url(given->url);
+    auto server = read_url(given->url);
     auto options = make_session_options(*given);
     add_secrets(options, *given, server);
+    // Entered below, with a session that is there: one that fails at its folder would wait for the
+    // server to take leave before anything can be told.
+    const auto folder = options.starting_folder.empty() ? server.folder() : options.starting_folder;
+    server.path.clear();
+    options.starting_folder.clear();
 
     host::set_warning_handler([](const resource_core::BaseMsgID& warning) {
         write_message("warning: " + host::message_text(warning));
@@ -73,7 +78,11 @@ exit_code run(int count, const char* const* values)
         io::ftp::core::getLogger().set_levels(given->trace_levels);
     }
     ftp::session session(server, options);
-    const auto code = reported([&] { return run_command(session, *given); });
+    const auto code = reported([&] {
+        if (!folder.empty())
+            session.change_folder(folder);
+        return run_command(session, *given);
+    });
     // The work is done: a server that does not take leave must not keep the user waiting.
     exit_in_time(static_cast<int>(code));
     return code;

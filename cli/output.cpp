@@ -1,6 +1,7 @@
 #include "output.hpp"
 
-#include <algorithm>
+#include <tarnix/host/terminal_text.hpp>
+
 #include <cerrno>
 #include <cstdio>
 #include <fcntl.h>
@@ -50,12 +51,18 @@ void write_message(const std::string& text) noexcept
     }
 }
 
-std::string printable(std::string text)
+std::string printable(std::string_view text)
 {
-    std::replace_if(
-        text.begin(), text.end(),
-        [](unsigned char c) { return (c < 0x20 && c != '\n' && c != '\t') || c == 0x7F; }, '?');
-    return text;
+    std::string shown;
+    while (!text.empty()) {
+        const auto [length, is_control] = host::look_at_first_character(text);
+        if (is_control && text.front() != '\n' && text.front() != '\t')
+            shown += '?';
+        else
+            shown += text.substr(0, length);
+        text.remove_prefix(length);
+    }
+    return shown;
 }
 
 } // namespace tarnix::cli

@@ -2,6 +2,7 @@
 
 #include <stdexcept>
 #include <string>
+#include <string_view>
 
 namespace tarnix::cli {
 
@@ -28,7 +29,8 @@ void write_result(const std::string& text);
 /// Writes a line to standard error, as a message of this program.
 void write_message(const std::string& text) noexcept;
 
-/// `text` with every control character but line ends and tabulators replaced by "?".
-std::string printable(std::string text);
+/// `text` with every control character but line ends and tabulators replaced by "?", also those
+/// above ASCII.
+std::string printable(std::string_view text);
 
 } // namespace tarnix::cli

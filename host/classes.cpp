@@ -1,3 +1,5 @@
+#include "classes.hpp"
+
 #include <tarnix/host/objects.hpp>
 #include <zobs/class.hpp>
 #include <zobs/name.hpp>
@@ -22,22 +24,24 @@ struct info_release {
 
 using info_ptr = std::unique_ptr<zobs::COSClassInfo, info_release>;
 
-class registered_class final : public zobs::COSClass {
+class registered_class final : public zobs::COSClass,
+                               public std::enable_shared_from_this<registered_class> {
 public:
-    registered_class(zobs::Name full_name, info_ptr info, const zobs::COSClass* superclass)
-        : full_name_(full_name), info_(std::move(info)), superclass_(superclass)
+    registered_class(zobs::Name full_name, info_ptr info,
+                     std::shared_ptr<const zobs::COSClass> superclass)
+        : full_name_(full_name), info_(std::move(info)), superclass_(std::move(superclass))
     {
     }
     ~registered_class() = default;
 
     const zobs::Name& full_name() const override { return full_name_; }
     zobs::COSClassInfo& info() const override { return *info_; }
-    const zobs::COSClass* superclass() const override { return superclass_; }
+    const zobs::COSClass* superclass() const override { return superclass_.get(); }
 
 private:
     zobs::Name full_name_;
     info_ptr info_;
-    const zobs::COSClass* superclass_;
+    std::shared_ptr<const zobs::COSClass> superclass_;
 };
 
 class name_space final : public zobs::COSNamespace {
@@ -55,15 +59,30 @@ private:
 
 /// All namespaces and classes of the process, by their full names.
 struct registry {
+    using class_map = std::map<std::string, std::shared_ptr<registered_class>, std::less<>>;
+
     std::mutex mutex;
     std::map<std::string, std::unique_ptr<name_space>, std::less<>> namespaces;
-    std::map<std::string, std::unique_ptr<registered_class>, std::less<>> classes;
+    class_map classes;
 
     static registry& instance()
     {
-        static registry the_registry;
+        // Never destroyed: what has static storage may ask for it later than anything that could.
+        static auto& the_registry = *new registry; // NOLINT(cppcoreguidelines-owning-memory)
+        static const class_release at_exit{the_registry};
         return the_registry;
     }
+
+    /// Ends what modules have allocated for their classes, but for those with living objects.
+    struct class_release {
+        registry& all;
+        ~class_release()
+        {
+            class_map released;
+            const std::lock_guard lock(all.mutex);
+            released.swap(all.classes);
+        }
+    };
 
     zobs::COSNamespace* find_or_make(const std::string& full_name)
     {
@@ -89,8 +108,9 @@ zobs::COSClass* name_space::registerClass(zobs::COSClassInfo* info,
     const std::lock_guard lock(all.mutex);
     auto& place = all.classes[full_class_name];
     if (!place) {
-        place = std::make_unique<registered_class>(zobs::Name(full_class_name), std::move(owned),
-                                                   superclass);
+        place = std::make_shared<registered_class>(zobs::Name(full_class_name), std::move(owned),
+                                                   superclass ? tarnix::host::share(*superclass)
+                                                              : nullptr);
         info->on_registered();
     }
     return place.get();
@@ -102,12 +122,16 @@ namespace zobs {
 
 Name::Name(std::string_view text)
 {
-    static std::mutex mutex;
-    static std::set<std::string, std::less<>> names;
-    const std::lock_guard lock(mutex);
-    auto found = names.find(text);
-    if (found == names.end())
-        found = names.emplace(text).first;
+    struct interned {
+        std::mutex mutex;
+        std::set<std::string, std::less<>> names;
+    };
+    // Never destroyed: names may have static storage.
+    static auto& all = *new interned; // NOLINT(cppcoreguidelines-owning-memory)
+    const std::lock_guard lock(all.mutex);
+    auto found = all.names.find(text);
+    if (found == all.names.end())
+        found = all.names.emplace(text).first;
     text_ = &*found;
 }
 
@@ -134,6 +158,12 @@ COSNamespace* omGetInnerNamespace(COSNamespace* outer, const char* name)
 bool omGetZobsUsingUSM()
 {
     return self_managed_registration;
+}
+
+std::shared_ptr<const zobs::COSClass> tarnix::host::share(const zobs::COSClass& type)
+{
+    // There are no others.
+    return static_cast<const registered_class&>(type).shared_from_this();
 }
 
 void tarnix::host::set_self_managed_registration(bool self_managed) noexcept

@@ -217,8 +217,9 @@ std::exception_ptr close(File file)
 {
     if (!file.handle || !file.handle->is_open())
         return nullptr;
-    // The descriptor is gone whatever the answer is, also after an interruption.
-    if (::close(file.handle->release()) == 0 || errno == EINTR)
+    // The descriptor is gone whatever the answer is. After an interruption nobody knows whether all
+    // that was written has arrived.
+    if (::close(file.handle->release()) == 0)
         return nullptr;
     return std::make_exception_ptr(system_failure(errno));
 }

@@ -1,4 +1,5 @@
 #include <tarnix/host/log_sink.hpp>
+#include <tarnix/host/terminal_text.hpp>
 
 #include <boost/log/attributes/value_extraction.hpp>
 #include <boost/log/core.hpp>
@@ -81,22 +82,31 @@ std::string without_secrets(std::string_view message)
     return result;
 }
 
-void append_escaped(std::string& line, std::string_view text)
+void append_bytes(std::string& line, std::string_view bytes)
 {
     constexpr std::string_view digits = "0123456789abcdef";
-    for (const char character : text) {
-        const auto code = static_cast<unsigned char>(character);
-        if (character == '\n') {
+    for (const char byte : bytes) {
+        const auto code = static_cast<unsigned char>(byte);
+        line += "\\x";
+        line += digits[code >> 4];
+        line += digits[code & 0xF];
+    }
+}
+
+void append_escaped(std::string& line, std::string_view text)
+{
+    while (!text.empty()) {
+        const auto [length, is_control] = look_at_first_character(text);
+        const auto character = text.substr(0, length);
+        if (character == "\n")
             line += "\\n";
-        } else if (character == '\r') {
+        else if (character == "\r")
             line += "\\r";
-        } else if (code < 0x20 || code == 0x7F) {
-            line += "\\x";
-            line += digits[code >> 4];
-            line += digits[code & 0xF];
-        } else {
+        else if (is_control)
+            append_bytes(line, character);
+        else
             line += character;
-        }
+        text.remove_prefix(length);
     }
 }
 

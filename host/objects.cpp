@@ -1,3 +1,5 @@
+#include "classes.hpp"
+
 #include <tx/allocator.hpp>
 #include <tx/array.hpp>
 #include <zobs/object.hpp>
@@ -11,13 +13,13 @@ namespace {
 
 class object final : public zobs::COSObject {
 public:
-    explicit object(const zobs::COSClass& type) : type_(type) {}
+    explicit object(const zobs::COSClass& type) : type_(tarnix::host::share(type)) {}
     object(const object&) = delete;
     object& operator=(const object&) = delete;
     ~object() override
     {
         // The derived class's part goes before those that it builds on.
-        for (const auto* type = &type_; type; type = type->superclass())
+        for (const auto* type = type_.get(); type; type = type->superclass())
             if (const auto part = parts_.find(type); part != parts_.end())
                 type->info().destroy_instance_data(part->second);
     }
@@ -32,7 +34,7 @@ public:
         }
     }
 
-    const zobs::COSClass* getClass() const override { return &type_; }
+    const zobs::COSClass* getClass() const override { return type_.get(); }
     void* getInstanceData(const zobs::COSClass* type) const override
     {
         const auto part = parts_.find(type);
@@ -40,7 +42,7 @@ public:
     }
 
 private:
-    const zobs::COSClass& type_;
+    std::shared_ptr<const zobs::COSClass> type_;
     std::map<const zobs::COSClass*, void*> parts_;
 };
 

@@ -116,14 +116,6 @@ std::string bare_fingerprint(const std::string& text)
     return bare;
 }
 
-/// The URL's path as a folder name that is relative to the login folder where it is not absolute.
-std::string folder_of(const url& server)
-{
-    if (server.path.empty() || server.scheme == protocol::sftp)
-        return server.path;
-    return server.path.substr(1);
-}
-
 void fill_in_login(settings& all, const std::optional<std::string>& user)
 {
     constexpr auto anonymous = "anonymous";
@@ -155,7 +147,7 @@ settings make_settings(const url& server, const session_options& options)
     all.port =
         only_one(server.port, options.port, "port").value_or(all.is_sftp() ? ssh_port : ftp_port);
     all.starting_folder =
-        options.starting_folder.empty() ? folder_of(server) : options.starting_folder;
+        options.starting_folder.empty() ? server.folder() : options.starting_folder;
     all.ca_file = options.ca_file.empty() ? system_ca_file() : options.ca_file;
     all.fingerprint = bare_fingerprint(options.host_key_fingerprint);
     all.with_key = !options.private_key_file.empty();

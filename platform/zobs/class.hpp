@@ -6,7 +6,8 @@
 
 namespace zobs {
 
-/// A registered class; owned by the host and there until the process ends. Safe from any thread.
+/// A registered class; owned by the host and there until static objects are destroyed, and longer
+/// while it has objects. Safe from any thread.
 class TARNIX_PLATFORM_EXPORT COSClass {
 public:
     /// The class with that full name, "outer.inner.Name"; null when there is none.

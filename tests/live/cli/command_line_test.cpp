@@ -153,6 +153,45 @@ TEST_P(CommandTest, exists_answers_by_its_exit_code_too)
     EXPECT_EQ(no.error, "");
 }
 
+TEST_P(CommandTest, is_file_answers_by_its_exit_code_too)
+{
+    fs::create_directory(remote_ / "folder");
+    write_bytes(remote_ / "file", "x");
+    const auto yes = run_command({"is-file", "file"});
+    EXPECT_EQ(yes.code, 0);
+    EXPECT_EQ(yes.out, "yes\n");
+    for (const std::string name : {"folder", "missing"}) {
+        const auto no = run_command({"is-file", name});
+        EXPECT_EQ(no.code, 1);
+        EXPECT_EQ(no.out, "no\n");
+        EXPECT_EQ(no.error, "");
+    }
+}
+
+TEST_P(CommandTest, rm_and_mv_say_nothing)
+{
+    fs::create_directory(remote_ / "folder");
+    fs::permissions(remote_ / "folder", fs::perms::all);
+    write_bytes(local_ / "file", "x");
+    expect_quiet(run_command({"put", "file"}));
+    expect_quiet(run_command({"mv", "file", "folder/other"}));
+    EXPECT_THAT(names_in(remote_), ElementsAre("folder"));
+    EXPECT_EQ(read_bytes(remote_ / "folder/other"), "x");
+    EXPECT_EQ(run_command({"rm", "folder"}).code, 10);
+    EXPECT_EQ(run_command({"mv", "folder/other", "folder"}).code, 10);
+    expect_quiet(run_command({"rm", "folder/other"}));
+    EXPECT_THAT(names_in(remote_ / "folder"), IsEmpty());
+    EXPECT_EQ(run_command({"rm", "folder/other"}).code, 5);
+    EXPECT_EQ(run_command({"mv", "missing", "new"}).code, 5);
+}
+
+TEST_P(CommandTest, syst_prints_what_an_ftp_server_says)
+{
+    const auto result = run_command({"syst"});
+    EXPECT_EQ(result.code, GetParam() == "sshd" ? 2 : 0);
+    EXPECT_EQ(result.out, GetParam() == "sshd" ? "" : "UNIX Type: L8\n");
+}
+
 TEST_P(CommandTest, put_chooses_the_name)
 {
     fs::create_directory(remote_ / "folder");
@@ -349,12 +388,45 @@ TEST_F(PasswordTest, is_asked_for_on_the_terminal_and_not_shown)
     const auto password = running_server("vsftpd").password();
     auto wanted = on("vsftpd", {"pwd"});
     wanted.environment.clear();
-    wanted.typed = password;
+    wanted.typed = {password + '\n'};
     const auto result = run(wanted);
     EXPECT_EQ(result.code, 0) << result.error;
     EXPECT_THAT(result.terminal, StartsWith("Password: "));
     EXPECT_THAT(result.terminal, Not(HasSubstr(password)));
     EXPECT_EQ(result.out, running_server("vsftpd").root().string() + '\n');
+}
+
+TEST_F(PasswordTest, a_stop_at_the_question_gives_the_terminal_back)
+{
+    const auto password = running_server("vsftpd").password();
+    auto wanted = on("vsftpd", {"pwd"});
+    wanted.environment = {{"PATH", "/usr/bin:/bin"}};
+    const auto echo = "stty -a | grep -ow -e '-*echo'; ";
+    wanted.under = {"/bin/sh", "-c",
+                    std::string("set -m; \"$@\"; ") + echo + "fg >/dev/null; code=$?; " + echo +
+                        "exit $code",
+                    "sh"};
+    wanted.typed = {"\x1A", password + '\n'};
+    const auto result = run(wanted);
+    EXPECT_EQ(result.code, 0) << result.error;
+    EXPECT_THAT(result.terminal, Not(HasSubstr(password)));
+    EXPECT_EQ(result.out, "echo\n" + running_server("vsftpd").root().string() + "\necho\n");
+}
+
+TEST_F(PasswordTest, an_interrupt_at_the_question_gives_the_terminal_back)
+{
+    for (const std::string key : {"\x03", "\x1C"}) { // Ctrl-C, Ctrl-backslash
+        auto wanted = on("vsftpd", {"pwd"});
+        wanted.environment = {{"PATH", "/usr/bin:/bin"}};
+        wanted.under = {"/bin/sh", "-c",
+                        "set -m; trap : INT QUIT; \"$@\"; code=$?; "
+                        "stty -a | grep -ow -e '-*echo'; exit $code",
+                        "sh"};
+        wanted.typed = {key};
+        const auto result = run(wanted);
+        EXPECT_EQ(result.code, 128 + (key == "\x03" ? SIGINT : SIGQUIT)) << result.error;
+        EXPECT_EQ(result.out, "echo\n");
+    }
 }
 
 class UsageTest : public CommandLineTest {};
@@ -401,11 +473,11 @@ protected:
         return with(arguments);
     }
 
-    bool was_asked(const std::string& word) const
+    std::ptrdiff_t times_asked(const std::string& word) const
     {
         const auto received = server_.received();
-        return std::any_of(received.begin(), received.end(),
-                           [&](const auto& line) { return line.starts_with(word); });
+        return std::count_if(received.begin(), received.end(),
+                             [&](const auto& line) { return line.starts_with(word); });
     }
 
     scripted_server server_{"/home"};
@@ -426,12 +498,19 @@ TEST_F(MisbehavingServerTest, an_interrupted_get_leaves_nothing)
 {
     server_.tree().add_file("/home/file", "x");
     server_.stay_silent_on("RETR");
-    auto wanted = ask({"get", "file"});
-    wanted.terminate_when = [&] { return was_asked("RETR"); };
-    const auto result = run(wanted);
-    EXPECT_EQ(result.signal, SIGTERM);
-    EXPECT_EQ(result.error, "");
-    EXPECT_THAT(names_in(local_.path()), IsEmpty());
+    auto times = 0;
+    for (const auto signal : {SIGINT, SIGQUIT, SIGTERM, SIGHUP}) {
+        auto wanted = ask({"get", "file"});
+        wanted.signal = signal;
+        ++times;
+        wanted.terminate_when = [&] { return times_asked("RETR") == times; };
+        const auto result = run(wanted);
+        EXPECT_EQ(result.signal, signal);
+        EXPECT_EQ(result.error, "");
+        // Some systems leave a core file after SIGQUIT.
+        EXPECT_THAT(names_in(local_.path()), Not(testing::Contains(StartsWith(".tarnix-ftp"))));
+        EXPECT_FALSE(fs::exists(local_ / "file"));
+    }
 }
 
 TEST_F(MisbehavingServerTest, a_proxy_is_used_when_asked_for)
@@ -466,6 +545,14 @@ TEST_F(MisbehavingServerTest, a_server_that_does_not_take_leave_is_left)
     EXPECT_EQ(result.code, 0);
     EXPECT_TRUE(server_.tree().is_folder("/home/new"));
     EXPECT_EQ(run(ask({"mkdir", "new"})).code, 10);
+}
+
+TEST_F(MisbehavingServerTest, a_starting_folder_that_is_missing_is_told_without_a_long_leave)
+{
+    server_.stay_silent_on("QUIT");
+    const auto result = run(ask({"pwd", "--folder", "missing", "--reply-timeout", "600"}));
+    EXPECT_EQ(result.code, 5);
+    EXPECT_THAT(result.error, HasSubstr("missing"));
 }
 
 TEST_F(MisbehavingServerTest, what_the_server_says_does_not_take_over_the_terminal)

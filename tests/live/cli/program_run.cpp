@@ -47,19 +47,18 @@ public:
     std::string name() const { return ::ptsname(side_); }
     int descriptor() const { return side_; }
 
-    /// Reads what is there; types the answer to the first question.
-    void attend(const std::string& answer)
+    /// Reads what is there; types the next answer when it ends in a question.
+    void attend(const std::vector<std::string>& answers)
     {
         std::array<char, 256> buffer{};
         const auto count = ::read(side_, buffer.data(), buffer.size());
         if (count <= 0)
             return;
         shown_.append(buffer.data(), static_cast<std::size_t>(count));
-        if (answered_ || !shown_.ends_with(": "))
+        if (answered_ == answers.size() || !shown_.ends_with(": "))
             return;
-        answered_ = true;
-        const auto line = answer + '\n';
-        if (::write(side_, line.data(), line.size()) == -1)
+        const auto& keys = answers[answered_++];
+        if (::write(side_, keys.data(), keys.size()) == -1)
             throw std::system_error(errno, std::generic_category(), "terminal");
     }
 
@@ -68,7 +67,7 @@ public:
 private:
     int side_;
     std::string shown_;
-    bool answered_ = false;
+    std::size_t answered_ = 0;
 };
 
 class pipe_without_reader {
@@ -151,7 +150,8 @@ std::vector<char*> pointers(std::vector<std::string>& texts)
 
 pid_t start(const program& wanted, const spawn_actions& actions)
 {
-    std::vector<std::string> words{wanted.file.empty() ? TARNIX_PROGRAM : wanted.file};
+    auto words = wanted.under;
+    words.push_back(wanted.file.empty() ? TARNIX_PROGRAM : wanted.file);
     words.insert(words.end(), wanted.arguments.begin(), wanted.arguments.end());
     std::vector<std::string> variables;
     for (const auto& [name, value] : wanted.environment)
@@ -173,7 +173,7 @@ program_result attend(pid_t process, const program& wanted, terminal& seat)
     auto in_time = true;
     for (;;) {
         if (!terminated && wanted.terminate_when()) {
-            ::kill(process, SIGTERM);
+            ::kill(process, wanted.signal);
             terminated = true;
         }
         std::array<pollfd, 2> waited{{{ended, POLLIN, 0}, {seat.descriptor(), POLLIN, 0}}};
@@ -182,7 +182,7 @@ program_result attend(pid_t process, const program& wanted, terminal& seat)
         ::poll(waited.data(), static_cast<nfds_t>(sources),
                static_cast<int>(terminated ? 1000 : look_again.count()));
         if (waited[1].revents & POLLIN)
-            seat.attend(wanted.typed.value_or(""));
+            seat.attend(*wanted.typed);
         if (waited[0].revents != 0)
             break;
         if (steady_clock::now() > deadline) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <csignal>
 #include <filesystem>
 #include <functional>
 #include <map>
@@ -19,10 +20,14 @@ struct program {
     std::optional<std::string> output;
     /// Standard output is a pipe that nobody reads any more.
     bool reader_has_gone = false;
-    /// Give it a terminal, on which this is typed when a question appears. Otherwise there is none.
-    std::optional<std::string> typed;
-    /// Is called while it runs, again and again, until it returns true; then it gets a SIGTERM.
+    /// Give it a terminal, on which one of these is typed at each question. Otherwise there is
+    /// none.
+    std::optional<std::vector<std::string>> typed;
+    /// Is called while it runs, again and again, until it returns true; then it gets the signal.
     std::function<bool()> terminate_when;
+    int signal = SIGTERM;
+    /// A program, and its arguments, that runs this one: the words of its command line follow.
+    std::vector<std::string> under;
 };
 
 struct program_result {

@@ -80,6 +80,16 @@ TEST_F(PendingFileTest, gets_the_permissions_of_the_old_file)
               fs::perms::owner_read | fs::perms::owner_write);
 }
 
+TEST_F(PendingFileTest, never_runs_as_another_user)
+{
+    write_bytes(folder_ / "a", "old");
+    fs::permissions(folder_ / "a", fs::perms::owner_all | fs::perms::set_uid | fs::perms::set_gid |
+                                       fs::perms::sticky_bit);
+    pending_file file(folder_ / "a");
+    file.commit();
+    EXPECT_EQ(fs::status(folder_ / "a").permissions(), fs::perms::owner_all);
+}
+
 TEST_F(PendingFileTest, gets_the_permissions_of_any_new_file)
 {
     write_bytes(folder_ / "other", "");
@@ -97,6 +107,28 @@ TEST_F(PendingFileTest, follows_a_link)
     file.commit();
     EXPECT_TRUE(fs::is_symlink(folder_ / "link"));
     EXPECT_EQ(read_bytes(folder_ / "real"), "new");
+}
+
+TEST_F(PendingFileTest, follows_links_to_what_is_not_there_yet)
+{
+    fs::create_directory(folder_ / "folder");
+    fs::create_symlink("folder/link", folder_ / "link");
+    fs::create_symlink("real", folder_ / "folder" / "link");
+    pending_file file(folder_ / "link");
+    write_bytes(file.path(), "new");
+    file.commit();
+    EXPECT_TRUE(fs::is_symlink(folder_ / "link"));
+    EXPECT_TRUE(fs::is_symlink(folder_ / "folder" / "link"));
+    EXPECT_EQ(read_bytes(folder_ / "folder" / "real"), "new");
+}
+
+TEST_F(PendingFileTest, refuses_links_that_lead_nowhere)
+{
+    fs::create_symlink("b", folder_ / "a");
+    fs::create_symlink("a", folder_ / "b");
+    EXPECT_THROW(pending_file(folder_ / "a"), local_file_error);
+    fs::create_symlink("missing/file", folder_ / "c");
+    EXPECT_THROW(pending_file(folder_ / "c"), local_file_error);
 }
 
 TEST_F(PendingFileTest, refuses_what_is_no_regular_file)
@@ -123,6 +155,29 @@ TEST_F(PendingFileTest, commit_tells_when_the_name_cannot_be_given)
     pending_file file(folder_ / "a");
     fs::create_directory(folder_ / "a");
     EXPECT_THROW(file.commit(), local_file_error);
+}
+
+TEST(ModeInPlaceOfTest, is_the_old_one_without_what_lends_rights)
+{
+    struct stat old {};
+    old.st_uid = 1;
+    old.st_gid = 2;
+    old.st_mode = S_IFREG | 07654;
+    EXPECT_EQ(mode_in_place_of(old, old), 0654U);
+}
+
+TEST(ModeInPlaceOfTest, gives_another_group_no_more_than_everybody)
+{
+    struct stat old {};
+    old.st_mode = S_IFREG | 06664;
+    auto made = old;
+    made.st_gid = 1;
+    EXPECT_EQ(mode_in_place_of(old, made), 0644U);
+    made = old;
+    made.st_uid = 1;
+    EXPECT_EQ(mode_in_place_of(old, made), 0644U);
+    old.st_mode = S_IFREG | 0070;
+    EXPECT_EQ(mode_in_place_of(old, made), 0600U);
 }
 
 using LocalTargetTest = PendingFileTest;

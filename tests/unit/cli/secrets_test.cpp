@@ -7,7 +7,14 @@
 
 #include <gtest/gtest.h>
 
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <chrono>
 #include <cstdlib>
+#include <fstream>
+#include <future>
 #include <string>
 
 namespace tarnix::cli {
@@ -68,6 +75,36 @@ TEST_F(SecretTest, a_file_without_a_secret_is_an_error)
     EXPECT_THROW(find_secret(sources(test::write_bytes(folder_ / "empty", ""))), local_file_error);
     EXPECT_THROW(find_secret(sources(test::write_bytes(folder_ / "blank", "\nsecret\n"))),
                  local_file_error);
+}
+
+TEST_F(SecretTest, a_pipe_is_a_file_too)
+{
+    const auto pipe = (folder_ / "pipe").string();
+    ASSERT_EQ(::mkfifo(pipe.c_str(), 0600), 0);
+    auto written = std::async(std::launch::async, [&] {
+        std::ofstream(pipe) << "from pipe\n"; // waits for the reader
+    });
+    EXPECT_EQ(find_secret(sources(pipe)), "from pipe");
+    written.get();
+}
+
+TEST_F(SecretTest, a_pipe_that_nobody_writes_to_is_given_up)
+{
+    const auto pipe = (folder_ / "pipe").string();
+    ASSERT_EQ(::mkfifo(pipe.c_str(), 0600), 0);
+    auto impatient = sources(pipe);
+    impatient.patience = std::chrono::milliseconds(20);
+    EXPECT_THROW(find_secret(impatient), local_file_error);
+    const int writer = ::open(pipe.c_str(), O_RDWR | O_CLOEXEC);
+    EXPECT_EQ(::write(writer, "half", 4), 4);
+    EXPECT_THROW(find_secret(impatient), local_file_error);
+    ::close(writer);
+}
+
+TEST_F(SecretTest, a_line_without_an_end_is_given_up)
+{
+    EXPECT_THROW(find_secret(sources("/dev/zero")), local_file_error);
+    EXPECT_THROW(find_secret(sources(folder_.path())), local_file_error);
 }
 
 TEST_F(SecretTest, what_the_prompt_raises_passes_through)

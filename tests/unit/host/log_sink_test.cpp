@@ -93,6 +93,10 @@ TEST_F(log_sink_test, control_characters_are_escaped)
 {
     const std::string message("a\tb\r\n\x1B[2J\0\x7F\xC3\xA9", 13);
     EXPECT_EQ(written(1, message), "[data] a\\x09b\\r\\n\\x1b[2J\\x00\\x7f\xC3\xA9\n");
+    EXPECT_EQ(written(1, "\xC2\x9B"
+                         "2J\x9B"
+                         "2J caf\xE9"),
+              "[data] \\xc2\\x9b2J\\x9b2J caf\xE9\n");
 }
 
 TEST_F(log_sink_test, nothing_is_written_after_its_end)

@@ -156,17 +156,17 @@ TEST_F(MisbehavingServerTest, a_session_can_be_cancelled)
 TEST_F(MisbehavingServerTest, commands_name_absolute_paths)
 {
     auto session = connect();
-    server_.tree().add_folder("/home/work");
+    server_.tree().add_folder("/home/jobs");
     session.change_folder("work");
     // The next command comes on a new connection, which begins in the login folder.
     server_.close_after("PWD");
     session.exists("x");
     server_.clear_script();
     session.make_folder("new");
-    EXPECT_THAT(server_.received(), Contains("MKD /home/work/new"));
-    EXPECT_TRUE(server_.tree().is_folder("/home/work/new"));
+    EXPECT_THAT(server_.received(), Contains("MKD /home/jobs/new"));
+    EXPECT_TRUE(server_.tree().is_folder("/home/jobs/new"));
     session.remove_folder("new");
-    EXPECT_THAT(server_.received(), Contains("RMD /home/work/new"));
+    EXPECT_THAT(server_.received(), Contains("RMD /home/jobs/new"));
 }
 
 TEST_F(MisbehavingServerTest, files_exist_on_servers_that_know_no_size)

@@ -25,6 +25,12 @@ struct url {
     /// first "/" only separates, so "/a" is in the login folder and "//a" is absolute; over SFTP
     /// "/a" is absolute and "/~/a" is in the login folder.
     std::string path;
+
+    /// The path as a session takes folders: relative to the login folder where it is not absolute.
+    std::string folder() const
+    {
+        return path.empty() || scheme == protocol::sftp ? path : path.substr(1);
+    }
 };
 
 /// Reads `scheme://[user@]host[:port][/path]` with the scheme ftp, ftpes or sftp in any case.
