@@ -5,12 +5,7 @@
 
 #include <CLI/CLI.hpp>
 
-#include <algorithm>
 #include <memory>
-<<<<<<< HEAD
-#include <string_view>
-=======
->>>>>>> 7cdbe0e9e9c23f0325a40f1c0e135f42cfdee5f2
 
 namespace tarnix::cli {
 
@@ -130,30 +125,11 @@ void add_connection_options(CLI::App& app, arguments& given)
 
 std::string without_logins(const std::string& text)
 {
-<<<<<<< HEAD
-    constexpr std::string_view before = "//";
-    constexpr auto npos = std::string::npos;
-    std::string result;
-    std::size_t copied = 0;
-    for (auto start = text.find(before); start != npos; start = text.find(before, copied)) {
-        const auto login = start + before.size();
-        result += text.substr(copied, login - copied);
-        copied = login;
-        const auto end = std::min(text.find_first_of("/ \t\r\n", login), text.size());
-        const auto at = text.substr(0, end).rfind('@');
-        if (at == npos || at < login)
-            continue;
-        result += "***";
-        copied = at;
-    }
-    return result + text.substr(copied);
-=======
     const auto begin = text.find("//");
     const auto end = text.rfind('@');
     if (begin == std::string::npos || end == std::string::npos || end < begin)
         return text;
     return text.substr(0, begin) + "//***" + text.substr(end);
->>>>>>> 7cdbe0e9e9c23f0325a40f1c0e135f42cfdee5f2
 }
 
 std::optional<arguments> read_arguments(int count, const char* const* values, std::string& answer)
