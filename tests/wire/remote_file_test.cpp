@@ -237,7 +237,8 @@ TEST_F(RemoteFileTest, relative_rename_after_a_dropped_connection_happens_in_the
 TEST_F(RemoteFileTest, line_end_in_a_renamed_path_begins_another_command)
 {
     server().tree().add_file("/home/u/other", "");
-    rename_remote_file(session(), u"old name", u"new\r\nDELE other");
+    // The reply to the deletion is taken for that to the target.
+    rename_remote_file(session(), u"old name\r\nDELE other", u"new");
     EXPECT_FALSE(server().tree().is_file("/home/u/other"));
 }
 
