@@ -79,7 +79,7 @@ void connection::set_options(const settings& wanted)
     if (wanted.is_sftp()) {
         verify_host_key(wanted);
         // SFTP moves one buffer per round trip.
-        constexpr auto buffer_size = 2 * 1024 * 1024LL;
+        constexpr auto buffer_size = 2LL * 1024 * 1024;
         core::set_option(handle_, CURLOPT_BUFFERSIZE, buffer_size);
         core::set_option(handle_, CURLOPT_UPLOAD_BUFFERSIZE, buffer_size);
     } else {
