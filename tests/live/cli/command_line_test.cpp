@@ -490,7 +490,7 @@ TEST_F(MisbehavingServerTest, a_get_that_is_cut_off_leaves_nothing)
     cut.cut_after = 50'000;
     server_.pace_data(cut);
     const auto result = run(ask({"get", "file"}));
-    EXPECT_EQ(result.code, 7);
+    EXPECT_EQ(result.code, 3);
     EXPECT_THAT(names_in(local_.path()), IsEmpty());
 }
 

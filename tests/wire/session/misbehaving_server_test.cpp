@@ -157,7 +157,7 @@ TEST_F(MisbehavingServerTest, commands_name_absolute_paths)
 {
     auto session = connect();
     server_.tree().add_folder("/home/jobs");
-    session.change_folder("work");
+    session.change_folder("jobs");
     // The next command comes on a new connection, which begins in the login folder.
     server_.close_after("PWD");
     session.exists("x");
