@@ -1,11 +1,14 @@
 #include "terminal.hpp"
 
 #include "arguments.hpp"
+#include "interrupts.hpp"
 
 #include <atomic>
 #include <cerrno>
 #include <csignal>
 #include <fcntl.h>
+#include <initializer_list>
+#include <poll.h>
 #include <string_view>
 #include <termios.h>
 #include <unistd.h>
@@ -38,6 +41,40 @@ void stop() noexcept
     ::pthread_sigmask(SIG_SETMASK, &before, nullptr);
     ::sigaction(SIGTSTP, &own, nullptr);
 }
+
+/// Keeps interrupts back but for the waits that ask for them: one that came between a look at
+/// `interrupted` and a wait would be missed.
+class held_interrupts {
+public:
+    held_interrupts()
+    {
+        sigset_t held;
+        ::sigemptyset(&held);
+        for (const auto number : {SIGINT, SIGQUIT, SIGTERM, SIGHUP})
+            ::sigaddset(&held, number);
+        ::pthread_sigmask(SIG_BLOCK, &held, &before_);
+    }
+    ~held_interrupts() { ::pthread_sigmask(SIG_SETMASK, &before_, nullptr); }
+    held_interrupts(const held_interrupts&) = delete;
+    held_interrupts& operator=(const held_interrupts&) = delete;
+
+    /// Waits for something to read; false when there will be nothing, or after an interrupt.
+    bool wait_for_input(int descriptor) const
+    {
+        while (!interrupted()) {
+            pollfd wanted{descriptor, POLLIN, 0};
+            const auto ready = ::ppoll(&wanted, 1, nullptr, &before_);
+            if (ready > 0)
+                return true;
+            if (ready == -1 && errno != EINTR)
+                return false;
+        }
+        return false;
+    }
+
+private:
+    sigset_t before_{};
+};
 
 /// The controlling terminal with its echo off, for one question. While the process is stopped
 /// (Ctrl-Z) the terminal is as it was before.
@@ -78,8 +115,10 @@ public:
     /// Up to the end of the line; what an interrupt cuts short is empty.
     std::string read_line()
     {
+        const held_interrupts interrupts;
         std::string line;
-        for (char character = 0; ::read(descriptor_, &character, 1) == 1 && character != '\n';)
+        for (char character = 0; interrupts.wait_for_input(descriptor_) &&
+                                 ::read(descriptor_, &character, 1) == 1 && character != '\n';)
             line += character;
         return line;
     }
