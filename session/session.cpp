@@ -49,8 +49,8 @@ std::string quoted(const std::string& path)
 std::string printable(const std::string& path)
 {
     std::string text;
-    for (const unsigned char c : path)
-        text += c >= 0x20 && c < 0x7F ? static_cast<char>(c) : '?';
+    for (const char c : path)
+        text += c >= 0x20 && c < 0x7F ? c : '?';
     return '"' + text + '"';
 }
 
