@@ -1,6 +1,7 @@
 #include "connection.hpp"
 #include "explanations.hpp"
 #include "paths.hpp"
+#include "pending_file.hpp"
 #include "settings.hpp"
 #include "text_checks.hpp"
 
@@ -78,6 +79,8 @@ core::ustring name_for_command(const remote_view& view, const std::string& path)
 {
     return utf16_name(view.is_sftp() ? escape_quotes(path) : path);
 }
+
+const std::string not_written = "the local file could not be written";
 
 bool is_home(const std::string& path)
 {
@@ -312,20 +315,28 @@ void session::download(const std::string& remote, const std::filesystem::path& l
 {
     const auto path = state_->begin_transfer(remote, mode);
     const auto remote_name = utf16_name(path);
-    const auto local_name = utf16_path(local);
-    state_->run(
-        "cannot fetch " + quoted(path),
-        [&](core::curl_ptr& handle) {
-            core::receive_file(handle, remote_name, local_name, mode == transfer_mode::text);
-        },
-        [&](const replies& server) {
-            std::error_code unknown;
-            const auto written = std::filesystem::file_size(local, unknown);
-            const auto received = state_->link.watching().bytes_downloaded();
-            if (mode == transfer_mode::binary && !unknown && std::cmp_less(written, received))
-                return explanation{failure_kind::local_file, "the local file could not be written"};
-            return explain_download(state_->view, path, server);
-        });
+    const auto what = "cannot fetch " + quoted(path);
+    pending_file file(local);
+    const auto local_name = utf16_path(file.path());
+    try {
+        state_->run(
+            what,
+            [&](core::curl_ptr& handle) {
+                core::receive_file(handle, remote_name, local_name, mode == transfer_mode::text);
+            },
+            [&](const replies& server) {
+                std::error_code unknown;
+                const auto written = std::filesystem::file_size(file.path(), unknown);
+                const auto received = state_->link.watching().bytes_downloaded();
+                if (mode == transfer_mode::binary && !unknown && std::cmp_less(written, received))
+                    return explanation{failure_kind::local_file, not_written};
+                return explain_download(state_->view, path, server);
+            });
+    } catch (const foundation::core::except::IMsgIDException&) {
+        // Of the local file, by a name that the caller does not know.
+        std::throw_with_nested(failure(failure_kind::local_file, what + ": " + not_written));
+    }
+    file.commit();
 }
 
 std::string session::system_type()
