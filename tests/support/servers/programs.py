@@ -1,0 +1,29 @@
+"""Programs that are installed on this machine."""
+
+import os
+import shutil
+import subprocess
+
+from .failures import StartFailure
+
+
+def find_program(name):
+    path = shutil.which(name, path=os.environ.get("PATH", "") + ":/usr/sbin:/sbin")
+    if not path:
+        raise StartFailure(f"{name} is not installed; script/setup installs it")
+    return path
+
+
+def run_program(*command, text=None):
+    done = subprocess.run(
+        [find_program(command[0]), *map(str, command[1:])],
+        input=text,
+        stdin=subprocess.DEVNULL if text is None else None,
+        stdout=subprocess.PIPE,
+        stderr=subprocess.STDOUT,
+        text=True,
+        start_new_session=True,
+    )
+    if done.returncode != 0:
+        raise StartFailure(f"{' '.join(map(str, command))} failed:\n{done.stdout}")
+    return done.stdout
