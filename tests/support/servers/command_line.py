@@ -6,7 +6,7 @@ import signal
 import sys
 
 from .failures import StartFailure, Stopped
-from .kinds import KINDS
+from .kinds import KINDS, make
 from .processes import PR_SET_CHILD_SUBREAPER, PR_SET_PDEATHSIG, prctl
 from .run import Run
 from .signals import Signals
@@ -27,7 +27,7 @@ def serve(kinds, signals):
     run = Run(signals)
     try:
         run.make_folder()
-        servers = [KINDS[kind](run) for kind in kinds]
+        servers = [make(run, kind) for kind in kinds]
         for server in servers:
             server.start()
         for server in servers:

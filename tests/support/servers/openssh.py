@@ -3,21 +3,17 @@
 import secrets
 
 from .programs import find_program, run_program
-from .server import Server
+from .server import SftpServer
 
 
-class Sshd(Server):
+class Sshd(SftpServer):
     """OpenSSH for SFTP only, with a password or with one of two ed25519 keys."""
-
-    kind = "sshd"
-    greeting_start = b"SSH-2.0-"
 
     def prepare(self):
         # It starts itself again for each connection, hence the absolute path.
         self.program = find_program("sshd")
         self.run.registry.need_ssh_folder()
-        self.home = self.make_home()
-        self.user, self.password = self.run.make_user(self.home)
+        self.make_account()
         self.passphrase = secrets.token_urlsafe(12)
         self.host_key = self.make_key("host_key", "")
         self.other_host_key = self.make_key("other_host_key", "")
@@ -46,12 +42,12 @@ class Sshd(Server):
     def command(self):
         configuration = self.folder / "sshd_config"
         configuration.write_text(f"""\
-ListenAddress 127.0.0.1
+ListenAddress {self.loopback.address}
 Port {self.port}
 HostKey {self.host_key}
 PidFile none
 VersionAddendum {self.mark}
-AllowUsers {self.user}
+AllowUsers {self.user.name}
 AuthorizedKeysFile {self.authorized_keys}
 StrictModes no
 UsePAM no
@@ -70,7 +66,7 @@ Subsystem sftp internal-sftp -u 0000
         algorithm, encoded = self.public(key).read_text().split()[:2]
         path = self.folder / name
         path.write_text("".join(f"[{host}]:{self.port} {algorithm} {encoded}\n"
-                                for host in ("127.0.0.1", "localhost")))
+                                for host in (self.loopback.address, "localhost")))
         return self.run.give(path, 0o644)
 
     def description(self):
@@ -78,9 +74,6 @@ Subsystem sftp internal-sftp -u 0000
                                   self.public(self.host_key)).split()[1]
         return {
             **super().description(),
-            "user": self.user,
-            "password": self.password,
-            "root": self.home,
             "known_hosts": self.known_hosts("known_hosts", self.host_key),
             "wrong_known_hosts": self.known_hosts("wrong_known_hosts", self.other_host_key),
             "host_key_sha256": fingerprint.removeprefix("SHA256:"),

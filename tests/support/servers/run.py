@@ -2,8 +2,10 @@
 
 import fcntl
 import os
+import pwd
 import secrets
 import stat
+from dataclasses import dataclass
 from pathlib import Path
 
 from .failures import StartFailure
@@ -21,6 +23,15 @@ def temporary_base():
         if all(path.stat().st_mode & stat.S_IXOTH for path in (folder, *folder.parents)):
             return folder
     raise StartFailure("no folder for temporary files that every user can enter")
+
+
+@dataclass(frozen=True)
+class User:
+    name: str
+    password: str
+    # Of the password, as crypt(3) reads it.
+    digest: str
+    id: int
 
 
 class Run:
@@ -52,7 +63,7 @@ class Run:
         self.folder = folder
 
     def make_user(self, home):
-        """A user of the system with this home folder; its name and password."""
+        """A user of the system with this home folder."""
         name = f"{self.name}{chr(ord('a') + self.users)}"
         self.users += 1
         password = secrets.token_urlsafe(12)
@@ -62,7 +73,7 @@ class Run:
             run_program("useradd", "--system", "--no-create-home", "--home-dir", home,
                         "--no-user-group", "--gid", "nogroup", "--shell", "/usr/sbin/nologin", name)
             run_program("chpasswd", "-e", text=f"{name}:{digest}\n")
-        return name, password
+        return User(name, password, digest, pwd.getpwnam(name).pw_uid)
 
     def write_system_file(self, path, text):
         self.note("file", path)
@@ -73,6 +84,11 @@ class Run:
         os.chown(path, self.reader, -1)
         os.chmod(path, mode)
         return path
+
+    @staticmethod
+    def hand_over(path, user):
+        """Makes a file one of a throw-away user's."""
+        os.chown(path, user.id, -1)
 
     def end(self):
         kill_all(descendants)

@@ -14,20 +14,13 @@ START_SECONDS = 20
 PORT_ATTEMPTS = 5
 
 
-def free_port():
-    with socket.socket() as taken:
-        taken.bind(("127.0.0.1", 0))
-        return taken.getsockname()[1]
-
-
 class Server:
-    """One kind of server: says how it is prepared and started and what clients must know."""
+    """One server: says how it is prepared and started and what clients must know."""
 
-    kind = ""
-    greeting_start = b""
-
-    def __init__(self, run):
+    def __init__(self, run, kind, loopback):
         self.run = run
+        self.kind = kind
+        self.loopback = loopback
         self.folder = run.folder / self.kind
         self.folder.mkdir(mode=0o711)
         self.folder.chmod(0o711)
@@ -35,18 +28,11 @@ class Server:
         self.log = self.folder / "log"
         self.log.touch()
         run.give(self.log, 0o644)
-        # Which server answered is seen from its greeting, not only from the port.
+        # Which server answered is seen from what it says, not only from the port.
         self.mark = f"tarnix-{secrets.token_hex(4)}"
         self.port = None
         # Readable when the server has ended.
         self.ended = None
-
-    def make_home(self):
-        """The folder that clients land in. Tests of any user work in it beside the server."""
-        home = self.folder / "home"
-        home.mkdir()
-        home.chmod(0o777)
-        return home
 
     def prepare(self):
         raise NotImplementedError
@@ -55,13 +41,21 @@ class Server:
         """The command that serves `self.port` in the foreground."""
         raise NotImplementedError
 
+    def runs_as(self):
+        """The throw-away user that the command is started as; root when there is none."""
+        return None
+
+    def first_words(self, client):
+        """What the server says to a new connection, as far as `self.mark`."""
+        raise NotImplementedError
+
     def description(self):
-        return {"host": "127.0.0.1", "port": self.port, "log": self.log}
+        return {"host": self.loopback.host, "port": self.port, "log": self.log}
 
     def start(self):
         self.prepare()
         for _ in range(PORT_ATTEMPTS):
-            self.port = free_port()
+            self.port = self.loopback.free_port()
             with open(self.output, "wb") as output:
                 process = subprocess.Popen(
                     list(map(str, self.command())),
@@ -70,12 +64,17 @@ class Server:
                     stderr=subprocess.STDOUT,
                     cwd=self.folder,
                     start_new_session=True,
+                    **self.identity(),
                     preexec_fn=lambda: prctl(PR_SET_PDEATHSIG, signal.SIGKILL),
                 )
             self.ended = os.pidfd_open(process.pid)
             if self.wait_until_it_answers():
                 return
         raise StartFailure(self.failure("does not start"))
+
+    def identity(self):
+        user = self.runs_as()
+        return {"user": user.id, "group": "nogroup", "extra_groups": []} if user else {}
 
     def wait_until_it_answers(self):
         """False when the process ended, as it does when another one took its port."""
@@ -89,13 +88,44 @@ class Server:
         raise StartFailure(self.failure(f"does not answer within {START_SECONDS} s"))
 
     def answers(self):
+        place = (self.loopback.address, self.port)
         try:
-            with socket.create_connection(("127.0.0.1", self.port), timeout=START_SECONDS) as client:
-                greeting = client.makefile("rb").readline()
+            with socket.create_connection(place, timeout=START_SECONDS) as client:
+                return self.mark.encode() in self.first_words(client)
         except OSError:
             return False
-        return greeting.startswith(self.greeting_start) and self.mark.encode() in greeting
 
     def failure(self, what):
         texts = [path.read_text(errors="replace") for path in (self.output, self.log)]
         return f"{self.kind} {what}; its log:\n" + "".join(texts)
+
+
+class FileServer(Server):
+    """A server that clients log in to, with the account of a throw-away user. Its files belong to
+    that user, and everyone may read, change and remove them."""
+
+    def make_account(self):
+        # Tests of any user work in it beside the server.
+        self.home = self.folder / "home"
+        self.home.mkdir()
+        self.home.chmod(0o777)
+        self.user = self.run.make_user(self.home)
+
+    def description(self):
+        return {**super().description(), "user": self.user.name, "password": self.user.password,
+                "root": self.home}
+
+
+class FtpServer(FileServer):
+    def first_words(self, client):
+        words = b""
+        for line in client.makefile("rb"):
+            words += line
+            if line.startswith(b"220 "):
+                break
+        return words
+
+
+class SftpServer(FileServer):
+    def first_words(self, client):
+        return client.makefile("rb").readline()

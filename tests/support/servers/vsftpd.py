@@ -1,33 +1,34 @@
 """vsftpd: FTP, and FTP with TLS."""
 
+from .loopback import IPV6
 from .programs import find_program, run_program
-from .server import Server
+from .server import FtpServer
 
 
-class Vsftpd(Server):
-    kind = "vsftpd"
-    greeting_start = b"220 "
-
+class Vsftpd(FtpServer):
     def prepare(self):
         self.program = find_program("vsftpd")
-        self.home = self.make_home()
-        self.user, self.password = self.run.make_user(self.home)
+        self.make_account()
         self.empty = self.folder / "empty"
         self.empty.mkdir(mode=0o755)
         # The stock service wants a login shell; these users have none.
-        self.pam_service = self.user
+        self.pam_service = self.user.name
         self.run.write_system_file(
             f"/etc/pam.d/{self.pam_service}",
             "auth required pam_unix.so nodelay\naccount required pam_unix.so\n",
         )
 
+    def listening(self):
+        address = self.loopback.address
+        if self.loopback is IPV6:
+            return {"listen": "NO", "listen_ipv6": "YES", "listen_address6": address}
+        return {"listen": "YES", "listen_ipv6": "NO", "listen_address": address,
+                "pasv_address": address}
+
     def settings(self):
         return {
-            "listen": "YES",
-            "listen_ipv6": "NO",
-            "listen_address": "127.0.0.1",
+            **self.listening(),
             "listen_port": self.port,
-            "pasv_address": "127.0.0.1",
             "background": "NO",
             "anonymous_enable": "NO",
             "local_enable": "YES",
@@ -58,15 +59,9 @@ class Vsftpd(Server):
         configuration.write_text("".join(f"{key}={value}\n" for key, value in self.settings().items()))
         return [self.program, configuration]
 
-    def description(self):
-        return {**super().description(), "user": self.user, "password": self.password,
-                "root": self.home}
-
 
 class VsftpdTls(Vsftpd):
     """Offers TLS (AUTH TLS) and does not insist on it."""
-
-    kind = "vsftpd-tls"
 
     def prepare(self):
         super().prepare()
