@@ -2,7 +2,7 @@
 
 from .loopback import IPV4, IPV6
 from .openssh import Sshd
-from .proftpd import Proftpd, ProftpdTls
+from .proftpd import Proftpd, ProftpdSftp, ProftpdTls
 from .pure_ftpd import PureFtpd, PureFtpdTls
 from .pyftpdlib_server import Pyftpdlib, PyftpdlibTls
 from .vsftpd import Vsftpd, VsftpdTls
@@ -12,6 +12,7 @@ FILE_SERVERS = {
     "vsftpd-tls": VsftpdTls,
     "proftpd": Proftpd,
     "proftpd-tls": ProftpdTls,
+    "proftpd-sftp": ProftpdSftp,
     "pure-ftpd": PureFtpd,
     "pure-ftpd-tls": PureFtpdTls,
     "pyftpdlib": Pyftpdlib,
