@@ -9,8 +9,8 @@ from .server import FileServer
 # servers take: larger ones take longer to make than all the rest.
 KEY_TYPES = {
     "ed25519": ("-t", "ed25519"),
-    "ecdsa": ("-t", "ecdsa", "-m", "PEM"),
-    "rsa": ("-t", "rsa", "-b", "1024", "-m", "PEM"),
+    "ecdsa": ("-t", "ecdsa"),
+    "rsa": ("-t", "rsa", "-b", "1024"),
 }
 
 
