@@ -1,0 +1,12 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace tarnix::fuzz {
+
+/// Every line is a command of the protocol that is meant, whole and without control characters:
+/// nothing that a server or a user says makes a command of its own.
+void require_clean_commands(const std::vector<std::string>& lines);
+
+} // namespace tarnix::fuzz
