@@ -1,9 +1,10 @@
 #include "conversation/commands.hpp"
-#include "conversation/memory_file.hpp"
 #include "conversation/network.hpp"
 #include "conversation/script.hpp"
 #include "conversation/scripted_server.hpp"
 #include "require.hpp"
+
+#include <support/temporary_folder.hpp>
 
 #include <tarnix/ftp/session.hpp>
 #include <tarnix/host/standalone.hpp>
@@ -12,9 +13,12 @@
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
-#include <cstdlib>
+#include <filesystem>
+#include <iterator>
+#include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 // A whole session with a server that says what the input tells it to say.
@@ -23,6 +27,8 @@ namespace {
 
 using namespace tarnix::fuzz;
 using namespace tarnix::ftp;
+using tarnix::test::read_bytes;
+using tarnix::test::write_bytes;
 
 const std::string password = "pAsSwOrD";
 const std::string local_content = "what is uploaded\n";
@@ -56,6 +62,13 @@ session_options options_for(const script& plan)
     return options;
 }
 
+/// For uploads and downloads; alone in its folder.
+std::filesystem::path local_file()
+{
+    static const tarnix::test::temporary_folder folder;
+    return folder / "local";
+}
+
 /// The names of a listing as a program gets it that knows all three kinds of line ends.
 std::vector<std::string> names_in(const std::string& listing)
 {
@@ -71,6 +84,34 @@ std::vector<std::string> names_in(const std::string& listing)
     };
     names.erase(std::remove_if(names.begin(), names.end(), is_no_name), names.end());
     return names;
+}
+
+void require_clear(const std::exception& error)
+{
+    const std::string_view text = error.what();
+    require(!text.empty(), "a failure says something");
+    require(!has_control_character(text), "a failure has no control characters");
+    require(text.find(password) == std::string_view::npos, "a failure keeps the password");
+}
+
+/// Runs `step`, which may fail as a session may.
+template <typename Step>
+bool succeeds(Step step)
+{
+    const auto start = network::waited();
+    bool done = false;
+    try {
+        step();
+        done = true;
+    } catch (const invalid_input& error) {
+        require_clear(error);
+    } catch (const std::exception& error) {
+        if (!kind_of(error))
+            throw;
+        require_clear(error);
+    }
+    require(network::waited() - start < std::chrono::minutes(5), "everything ends in time");
+    return done;
 }
 
 /// A user who does what the script says.
@@ -90,6 +131,10 @@ private:
     void upload();
     void download();
     void look_at_names();
+    transfer_mode mode() const
+    {
+        return plan_.text_mode ? transfer_mode::text : transfer_mode::binary;
+    }
 
     session& session_;
     script plan_;
@@ -110,21 +155,22 @@ std::string client::operand()
 
 void client::upload()
 {
-    const memory_file local(local_content);
-    session_.upload(local.path(), operand(),
-                    plan_.text_mode ? transfer_mode::text : transfer_mode::binary);
-    require(plan_.text_mode || server_.last_received() == local_content,
+    session_.upload(write_bytes(local_file(), local_content), operand(), mode());
+    require(mode() == transfer_mode::text || server_.last_received() == local_content,
             "an upload that went well has arrived");
 }
 
 void client::download()
 {
-    const memory_file local("what was there before");
-    session_.download(operand(), local.path(),
-                      plan_.text_mode ? transfer_mode::text : transfer_mode::binary);
-    if (plan_.text_mode)
+    const std::string before = "what was there before";
+    write_bytes(local_file(), before);
+    const auto done = succeeds([&] { session_.download(operand(), local_file(), mode()); });
+    const auto content = read_bytes(local_file());
+    require(done || content == before, "a download that failed leaves the file as it was");
+    const std::filesystem::directory_iterator files(local_file().parent_path());
+    require(std::distance(begin(files), end(files)) == 1, "a download leaves nothing else behind");
+    if (!done || mode() == transfer_mode::text)
         return;
-    const auto content = local.content();
     const auto& sent = server_.last_sent();
     // libcurl reads no further than to the size that the server told before.
     const auto told = "213 " + std::to_string(content.size());
@@ -176,34 +222,6 @@ void client::run(char operation)
     default:
         return;
     }
-}
-
-void require_clear(const std::exception& error)
-{
-    const std::string_view text = error.what();
-    require(!text.empty(), "a failure says something");
-    require(!has_control_character(text), "a failure has no control characters");
-    require(text.find(password) == std::string_view::npos, "a failure keeps the password");
-}
-
-/// Runs `step`, which may fail as a session may.
-template <typename Step>
-bool succeeds(Step step)
-{
-    const auto start = network::waited();
-    bool done = false;
-    try {
-        step();
-        done = true;
-    } catch (const invalid_input& error) {
-        require_clear(error);
-    } catch (const std::exception& error) {
-        if (!kind_of(error))
-            throw;
-        require_clear(error);
-    }
-    require(network::waited() - start < std::chrono::minutes(5), "everything ends in time");
-    return done;
 }
 
 void require_sane_folder(const std::string& folder)
