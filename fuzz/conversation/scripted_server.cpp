@@ -173,6 +173,7 @@ void scripted_server::begin_transfer(control& client, const std::string& verb)
         return;
     }
     transferring_ = &client;
+    last_transfer_ = verb;
     if (verb == "STOR" || verb == "APPE") {
         transfer_ = transfer::receiving;
         last_received_.clear();

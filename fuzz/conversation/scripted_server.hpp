@@ -56,6 +56,8 @@ public:
     /// What went over the last data connection in which the server sent, or received.
     const std::string& last_sent() const { return last_sent_; }
     const std::string& last_received() const { return last_received_; }
+    /// The command that began the last transfer.
+    const std::string& last_transfer() const { return last_transfer_; }
     /// The last reply to SIZE.
     const std::string& last_size() const { return last_size_; }
 
@@ -87,6 +89,7 @@ private:
     std::vector<std::string> commands_;
     std::string last_sent_;
     std::string last_received_;
+    std::string last_transfer_;
     std::string last_size_;
 };
 
