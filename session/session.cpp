@@ -18,11 +18,24 @@ namespace tarnix::ftp {
 
 namespace core = tarnix::io::ftp::core;
 
+namespace {
+
+/// The server names the folder, and the session puts the name into commands.
+std::string usable_folder(const std::string& name)
+{
+    if (has_control_character(name))
+        throw failure(failure_kind::transfer, "the server's name of the working folder, \"" + name +
+                                                  "\", holds a control character");
+    return name;
+}
+
+} // namespace
+
 struct session::state {
     explicit state(const settings& wanted)
         : link(wanted),
           view(link, wanted.server_url(), wanted.is_sftp()),
-          folder(link.login_folder())
+          folder(usable_folder(link.login_folder()))
     {
     }
 
@@ -174,7 +187,8 @@ void session::change_folder(const std::string& path)
             return explanation{failure_kind::not_found,
                                server.refusal().value_or("the server does not let it be entered")};
         });
-    state_->folder = state_->view.is_sftp() ? target : absolute_path("/", undouble_quotes(name));
+    state_->folder =
+        state_->view.is_sftp() ? target : usable_folder(absolute_path("/", undouble_quotes(name)));
 }
 
 std::string session::list(const std::string& path)
