@@ -11,6 +11,7 @@
 #include <foundation/core/except.hpp>
 
 #include <exception>
+#include <new>
 #include <system_error>
 #include <utility>
 
@@ -60,6 +61,8 @@ core::ustring utf16_name(const std::string& path)
 {
     try {
         return fl::i18n::utf8_to_ustring(path);
+    } catch (const std::bad_alloc&) {
+        throw;
     } catch (const std::exception&) {
         throw invalid_input("the path " + printable(path) + " on the server is not UTF-8");
     }
@@ -69,6 +72,8 @@ core::ustring utf16_path(const std::filesystem::path& local)
 {
     try {
         return local.u16string();
+    } catch (const std::bad_alloc&) {
+        throw;
     } catch (const std::exception&) {
         throw failure(failure_kind::local_file,
                       "the name of the local file " + printable(local.native()) + " is not UTF-8");
