@@ -99,6 +99,10 @@ std::string session::state::begin(const std::string& path)
     if (has_control_character(path))
         throw invalid_input("a path on the server holds a control character");
     link.watching().restart();
+    // When memory is short libcurl loses the URL that it is told, and the library builds all others
+    // from that one.
+    if (core::current_remote_url(link.handle()).empty())
+        core::set_option(link.handle(), CURLOPT_URL, view.folder_url(folder).c_str());
     // libcurl expands these too, but not in commands.
     if (view.is_sftp() && is_home(path))
         return absolute_path(link.login_folder(), path.substr(path.find('~') + 1).insert(0, "."));
