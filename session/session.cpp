@@ -180,8 +180,11 @@ void session::change_folder(const std::string& path)
     state_->run(
         what, [&](core::curl_ptr& handle) { name = core::cd(handle, url); },
         [](const replies& server) {
-            return explanation{failure_kind::not_found,
-                               server.refusal().value_or("the server does not let it be entered")};
+            // It was entered a moment ago.
+            if (!server.refusal())
+                return explanation{failure_kind::connection,
+                                   "the connection was lost, or the server does not name it"};
+            return explanation{failure_kind::not_found, *server.refusal()};
         });
     state_->folder = state_->view.is_sftp() ? target : absolute_path("/", undouble_quotes(name));
 }
