@@ -11,6 +11,7 @@
 #include <foundation/core/except.hpp>
 
 #include <exception>
+#include <new>
 #include <system_error>
 #include <utility>
 
@@ -73,6 +74,8 @@ core::ustring utf16_name(const std::string& path)
 {
     try {
         return fl::i18n::utf8_to_ustring(path);
+    } catch (const std::bad_alloc&) {
+        throw;
     } catch (const std::exception&) {
         throw invalid_input("the path " + printable(path) + " on the server is not UTF-8");
     }
@@ -82,6 +85,8 @@ core::ustring utf16_path(const std::filesystem::path& local)
 {
     try {
         return local.u16string();
+    } catch (const std::bad_alloc&) {
+        throw;
     } catch (const std::exception&) {
         throw failure(failure_kind::local_file,
                       "the name of the local file " + printable(local.native()) + " is not UTF-8");
@@ -107,6 +112,10 @@ std::string session::state::begin(const std::string& path)
     if (has_control_character(path))
         throw invalid_input("a path on the server holds a control character");
     link.watching().restart();
+    // When memory is short libcurl loses the URL that it is told, and the library builds all others
+    // from that one.
+    if (core::current_remote_url(link.handle()).empty())
+        core::set_option(link.handle(), CURLOPT_URL, view.folder_url(folder).c_str());
     // libcurl expands these too, but not in commands.
     if (view.is_sftp() && is_home(path))
         return absolute_path(link.login_folder(), path.substr(path.find('~') + 1).insert(0, "."));
@@ -184,8 +193,11 @@ void session::change_folder(const std::string& path)
     state_->run(
         what, [&](core::curl_ptr& handle) { name = core::cd(handle, url); },
         [](const replies& server) {
-            return explanation{failure_kind::not_found,
-                               server.refusal().value_or("the server does not let it be entered")};
+            // It was entered a moment ago.
+            if (!server.refusal())
+                return explanation{failure_kind::connection,
+                                   "the connection was lost, or the server does not name it"};
+            return explanation{failure_kind::not_found, *server.refusal()};
         });
     state_->folder =
         state_->view.is_sftp() ? target : usable_folder(absolute_path("/", undouble_quotes(name)));
