@@ -1,0 +1,1 @@
+"""The parts of servers.py: real servers on free loopback ports."""

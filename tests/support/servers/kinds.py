@@ -1,0 +1,28 @@
+"""The kinds of servers, by their names."""
+
+from .loopback import IPV4, IPV6
+from .openssh import Sshd
+from .proftpd import Proftpd
+from .pure_ftpd import PureFtpd
+from .pyftpdlib_server import Pyftpdlib
+from .vsftpd import Vsftpd, VsftpdTls
+
+FILE_SERVERS = {
+    "vsftpd": Vsftpd,
+    "vsftpd-tls": VsftpdTls,
+    "proftpd": Proftpd,
+    "pure-ftpd": PureFtpd,
+    "pyftpdlib": Pyftpdlib,
+    "sshd": Sshd,
+}
+
+# What makes a server of each kind, and where it listens.
+KINDS = {
+    **{kind: (server, IPV4) for kind, server in FILE_SERVERS.items()},
+    **{f"{kind}-ipv6": (server, IPV6) for kind, server in FILE_SERVERS.items()},
+}
+
+
+def make(run, kind):
+    server, loopback = KINDS[kind]
+    return server(run, kind, loopback)

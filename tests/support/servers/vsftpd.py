@@ -1,0 +1,104 @@
+"""vsftpd: FTP, and FTP with TLS."""
+
+from .loopback import IPV6
+from .programs import find_program, run_program
+from .server import FtpServer
+
+
+class Vsftpd(FtpServer):
+    def prepare(self):
+        self.program = find_program("vsftpd")
+        self.make_account()
+        self.empty = self.folder / "empty"
+        self.empty.mkdir(mode=0o755)
+        # The stock service wants a login shell; these users have none.
+        self.pam_service = self.user.name
+        self.run.write_system_file(
+            f"/etc/pam.d/{self.pam_service}",
+            "auth required pam_unix.so nodelay\naccount required pam_unix.so\n",
+        )
+
+    def listening(self):
+        address = self.loopback.address
+        if self.loopback is IPV6:
+            return {"listen": "NO", "listen_ipv6": "YES", "listen_address6": address}
+        return {"listen": "YES", "listen_ipv6": "NO", "listen_address": address,
+                "pasv_address": address}
+
+    def settings(self):
+        return {
+            **self.listening(),
+            "listen_port": self.port,
+            "background": "NO",
+            "anonymous_enable": "NO",
+            "local_enable": "YES",
+            "write_enable": "YES",
+            "local_umask": "000",
+            "ascii_upload_enable": "YES",
+            "ascii_download_enable": "YES",
+            "pam_service_name": self.pam_service,
+            "session_support": "NO",
+            "check_shell": "NO",
+            "delay_failed_login": "0",
+            "max_clients": "0",
+            "max_per_ip": "0",
+            "secure_chroot_dir": self.empty,
+            # Sandboxes that containers refuse.
+            "seccomp_sandbox": "NO",
+            "isolate": "NO",
+            "isolate_network": "NO",
+            "ftpd_banner": self.mark,
+            "xferlog_enable": "YES",
+            "xferlog_std_format": "NO",
+            "log_ftp_protocol": "YES",
+            "vsftpd_log_file": self.log,
+        }
+
+    def command(self):
+        configuration = self.folder / "vsftpd.conf"
+        configuration.write_text("".join(f"{key}={value}\n" for key, value in self.settings().items()))
+        return [self.program, configuration]
+
+
+class VsftpdTls(Vsftpd):
+    """Offers TLS (AUTH TLS) and does not insist on it."""
+
+    def prepare(self):
+        super().prepare()
+        self.ca_file, ca_key = self.make_ca("ca")
+        self.other_ca_file, _ = self.make_ca("other-ca")
+        self.certificate, self.key = self.make_certificate(self.ca_file, ca_key)
+
+    def make_ca(self, name):
+        certificate, key = self.folder / f"{name}.pem", self.folder / f"{name}.key"
+        run_program("openssl", "req", "-x509", "-newkey", "ec", "-pkeyopt",
+                    "ec_paramgen_curve:P-256", "-noenc", "-days", "2", "-subj",
+                    f"/CN=tarnix test {name}", "-addext", "keyUsage=critical,keyCertSign,cRLSign",
+                    "-keyout", key, "-out", certificate)
+        return self.run.give(certificate, 0o644), key
+
+    def make_certificate(self, ca_file, ca_key):
+        certificate, key = self.folder / "server.pem", self.folder / "server.key"
+        run_program("openssl", "req", "-x509", "-CA", ca_file, "-CAkey", ca_key, "-newkey", "ec",
+                    "-pkeyopt", "ec_paramgen_curve:P-256", "-noenc", "-days", "2", "-subj",
+                    "/CN=localhost", "-addext", "basicConstraints=critical,CA:FALSE",
+                    "-addext", "subjectAltName=DNS:localhost,IP:127.0.0.1",
+                    "-keyout", key, "-out", certificate)
+        return certificate, key
+
+    def settings(self):
+        return {
+            **super().settings(),
+            "ssl_enable": "YES",
+            "rsa_cert_file": self.certificate,
+            "rsa_private_key_file": self.key,
+            "ssl_ciphers": "HIGH",
+            "ssl_tlsv1": "YES",
+            "force_local_logins_ssl": "NO",
+            "force_local_data_ssl": "NO",
+            "require_ssl_reuse": "NO",
+        }
+
+    def description(self):
+        return {**super().description(), "ca_file": self.ca_file,
+                "other_ca_file": self.other_ca_file}
