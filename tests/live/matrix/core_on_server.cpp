@@ -60,11 +60,10 @@ sftp_login core_on_server::sftp_arguments() const
     login.starting_folder = root();
     if (where_.key.empty())
         return login;
-    const auto key = "key_" + where_.key;
-    const std::string encrypted = where_.key_is_encrypted ? "_encrypted" : "";
-    login.private_key_file = server_[key + encrypted];
+    const auto key = key_names(where_);
+    login.private_key_file = server_[key.private_key];
     if (where_.with_public_key_file)
-        login.public_key_file = server_[key + encrypted + "_public"];
+        login.public_key_file = server_[key.public_key];
     if (where_.key_is_encrypted)
         login.passphrase = server_["passphrase"];
     return login;

@@ -47,6 +47,14 @@ struct flavour {
     std::string description() const;
 };
 
+/// What the description of a server calls the key files that a flavour logs in with.
+struct key_files {
+    std::string private_key;
+    std::string public_key;
+};
+
+key_files key_names(const flavour& where);
+
 /// The table.
 const std::vector<flavour>& flavours();
 
