@@ -2,17 +2,20 @@
 
 from .loopback import IPV4, IPV6
 from .openssh import Sshd
-from .proftpd import Proftpd
-from .pure_ftpd import PureFtpd
-from .pyftpdlib_server import Pyftpdlib
+from .proftpd import Proftpd, ProftpdTls
+from .pure_ftpd import PureFtpd, PureFtpdTls
+from .pyftpdlib_server import Pyftpdlib, PyftpdlibTls
 from .vsftpd import Vsftpd, VsftpdTls
 
 FILE_SERVERS = {
     "vsftpd": Vsftpd,
     "vsftpd-tls": VsftpdTls,
     "proftpd": Proftpd,
+    "proftpd-tls": ProftpdTls,
     "pure-ftpd": PureFtpd,
+    "pure-ftpd-tls": PureFtpdTls,
     "pyftpdlib": Pyftpdlib,
+    "pyftpdlib-tls": PyftpdlibTls,
     "sshd": Sshd,
 }
 

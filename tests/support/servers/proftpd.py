@@ -1,5 +1,6 @@
-"""proftpd: FTP."""
+"""proftpd: FTP, and FTP with TLS."""
 
+from .certificates import WithCertificates
 from .loopback import IPV6
 from .programs import find_unpacked
 from .server import FileServer, FtpServer
@@ -52,3 +53,20 @@ class ProftpdProcess(FileServer):
 
 class Proftpd(ProftpdProcess, FtpServer):
     pass
+
+
+class ProftpdTls(WithCertificates, Proftpd):
+    """Offers TLS (AUTH TLS) and does not insist on it."""
+
+    def settings(self):
+        return [
+            *super().settings(),
+            "LoadModule mod_tls.c",
+            "TLSEngine on",
+            f"TLSLog {self.log}",
+            "TLSRequired off",
+            "TLSVerifyClient off",
+            "TLSOptions NoSessionReuseRequired",
+            f"TLSECCertificateFile {self.certificate}",
+            f"TLSECCertificateKeyFile {self.key}",
+        ]

@@ -1,5 +1,6 @@
-"""pure-ftpd: FTP."""
+"""pure-ftpd: FTP, and FTP with TLS."""
 
+from .certificates import WithCertificates
 from .loopback import IPV4, IPV6
 from .programs import find_unpacked, run_program
 from .server import FtpServer
@@ -39,3 +40,10 @@ class PureFtpd(FtpServer):
             "-L", "100000:10",
             "-z",
         ]
+
+
+class PureFtpdTls(WithCertificates, PureFtpd):
+    """Offers TLS (AUTH TLS) and does not insist on it."""
+
+    def command(self):
+        return [*super().command(), "-Y", "1", "-2", f"{self.certificate},{self.key}"]

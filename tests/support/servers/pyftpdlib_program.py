@@ -7,19 +7,20 @@ import sys
 
 from pyftpdlib.authorizers import DummyAuthorizer
 from pyftpdlib.filesystems import UnixFilesystem
-from pyftpdlib.handlers import FTPHandler
+from pyftpdlib.handlers import FTPHandler, TLS_FTPHandler
 from pyftpdlib.servers import FTPServer
 
 
-def serve(address, port, banner, user, password, root, log):
+def serve(address, port, banner, user, password, root, log, certificate=None, key=None):
     logging.basicConfig(filename=log, level=logging.DEBUG)
     os.umask(0)
     authorizer = DummyAuthorizer()
     # Everything that there is: list, read, write, append, rename, delete, change modes and times.
     authorizer.add_user(user, password, root, perm="elradfmwMT")
 
-    class Handler(FTPHandler):
-        pass
+    class Handler(TLS_FTPHandler if certificate else FTPHandler):
+        certfile = certificate
+        keyfile = key
 
     Handler.authorizer = authorizer
     # Paths are those of the machine, and a session starts in the user's folder.

@@ -1,9 +1,10 @@
-"""pyftpdlib: FTP."""
+"""pyftpdlib: FTP, and FTP with TLS."""
 
 import json
 import shutil
 from pathlib import Path
 
+from .certificates import WithCertificates
 from .server import FtpServer
 
 # Debian's packages for Python are for Debian's own.
@@ -39,3 +40,14 @@ class Pyftpdlib(FtpServer):
         settings.chmod(0o600)
         self.run.hand_over(settings, self.user)
         return [PYTHON, self.program, settings]
+
+
+class PyftpdlibTls(WithCertificates, Pyftpdlib):
+    """Offers TLS (AUTH TLS) and does not insist on it."""
+
+    def prepare(self):
+        super().prepare()
+        self.run.hand_over(self.key, self.user)
+
+    def settings(self):
+        return {**super().settings(), "certificate": str(self.certificate), "key": str(self.key)}

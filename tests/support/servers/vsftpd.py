@@ -1,7 +1,8 @@
 """vsftpd: FTP, and FTP with TLS."""
 
+from .certificates import WithCertificates
 from .loopback import IPV6
-from .programs import find_program, run_program
+from .programs import find_program
 from .server import FtpServer
 
 
@@ -60,31 +61,8 @@ class Vsftpd(FtpServer):
         return [self.program, configuration]
 
 
-class VsftpdTls(Vsftpd):
+class VsftpdTls(WithCertificates, Vsftpd):
     """Offers TLS (AUTH TLS) and does not insist on it."""
-
-    def prepare(self):
-        super().prepare()
-        self.ca_file, ca_key = self.make_ca("ca")
-        self.other_ca_file, _ = self.make_ca("other-ca")
-        self.certificate, self.key = self.make_certificate(self.ca_file, ca_key)
-
-    def make_ca(self, name):
-        certificate, key = self.folder / f"{name}.pem", self.folder / f"{name}.key"
-        run_program("openssl", "req", "-x509", "-newkey", "ec", "-pkeyopt",
-                    "ec_paramgen_curve:P-256", "-noenc", "-days", "2", "-subj",
-                    f"/CN=tarnix test {name}", "-addext", "keyUsage=critical,keyCertSign,cRLSign",
-                    "-keyout", key, "-out", certificate)
-        return self.run.give(certificate, 0o644), key
-
-    def make_certificate(self, ca_file, ca_key):
-        certificate, key = self.folder / "server.pem", self.folder / "server.key"
-        run_program("openssl", "req", "-x509", "-CA", ca_file, "-CAkey", ca_key, "-newkey", "ec",
-                    "-pkeyopt", "ec_paramgen_curve:P-256", "-noenc", "-days", "2", "-subj",
-                    "/CN=localhost", "-addext", "basicConstraints=critical,CA:FALSE",
-                    "-addext", "subjectAltName=DNS:localhost,IP:127.0.0.1",
-                    "-keyout", key, "-out", certificate)
-        return certificate, key
 
     def settings(self):
         return {
@@ -98,7 +76,3 @@ class VsftpdTls(Vsftpd):
             "force_local_data_ssl": "NO",
             "require_ssl_reuse": "NO",
         }
-
-    def description(self):
-        return {**super().description(), "ca_file": self.ca_file,
-                "other_ca_file": self.other_ca_file}
