@@ -1,0 +1,61 @@
+#pragma once
+
+#include <tarnix/ftp/options.hpp>
+#include <tarnix/ftp/url.hpp>
+
+#include <string>
+#include <vector>
+
+namespace tarnix::test {
+
+/// One way to reach a real server: a row of the table that says which server runs where.
+struct flavour {
+    /// Rows of one group run in one process, so that their servers start once.
+    std::string group;
+    std::string name;
+    /// The kind, as servers.py names it.
+    std::string server;
+    /// Whose habits to expect (differences.hpp).
+    std::string software;
+    std::string tls_mode = "none";
+    std::string connection_mode = "passive";
+    /// The kind of the proxy between; empty for none.
+    std::string proxy = {};
+    bool tells_the_proxy_who_it_is = true;
+    /// SFTP: the type of the key that logs in; empty for the password.
+    std::string key = {};
+    bool key_is_encrypted = false;
+    bool with_public_key_file = false;
+    /// All checks, or those alone that are marked `everywhere`.
+    bool all_checks = false;
+    /// Why there can be no connection of this kind, and what both layers say then. The reason is
+    /// empty for all others.
+    std::string obstacle = {};
+    std::string core_says = {};
+    std::string session_says = {};
+
+    bool is_sftp() const
+    {
+        return server.starts_with("sshd") || server.starts_with("proftpd-sftp");
+    }
+    bool offers_tls() const { return server.find("-tls") != server.npos; }
+    bool uses_tls() const { return offers_tls() && tls_mode != "none"; }
+    bool works() const { return obstacle.empty(); }
+    /// As tests are named after it.
+    std::string full_name() const { return group + "__" + name; }
+    /// For people: "vsftpd-tls, passive, TLS strict".
+    std::string description() const;
+};
+
+/// What the description of a server calls the key files that a flavour logs in with.
+struct key_files {
+    std::string private_key;
+    std::string public_key;
+};
+
+key_files key_names(const flavour& where);
+
+/// The table.
+const std::vector<flavour>& flavours();
+
+} // namespace tarnix::test
