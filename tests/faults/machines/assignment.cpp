@@ -42,6 +42,8 @@ outcome read_outcome(const std::function<std::string()>& next_line)
             read.struck_restorers = true;
         else if (word == "refused")
             read.refused.push_back(rest);
+        else if (word == "lost")
+            read.lost.push_back(rest);
         else if (word == "option")
             read.options.push_back(rest);
         else if (word == "again")

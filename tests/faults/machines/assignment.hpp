@@ -37,6 +37,7 @@ struct outcome {
     std::string failed_in;            ///< the library where the first failure struck
     bool struck_restorers = false;    ///< the first failure struck the list of restorers
     std::vector<std::string> refused; ///< options that libcurl refused during the operation
+    std::vector<std::string> lost; ///< options that are as if never set, since libcurl refused them
     std::vector<std::string> options; ///< that are not what they were, "NAME=value"
     std::string again;                ///< "done ..." or "raised ..." of the same session afterwards
     long blocks_left = 0;             ///< of memory, when all was taken down again

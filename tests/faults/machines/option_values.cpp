@@ -22,7 +22,8 @@ struct setting {
     CURLoption option = CURLOPT_LASTENTRY;
     curl_easytype type = CURLOT_LONG;
     std::uint64_t value = 0;
-    bool is_refused = false;
+    bool was_refused = false;
+    bool is_lost = false;
 };
 
 using settings = std::array<setting, kinds * numbers>;
@@ -60,22 +61,32 @@ std::string text_of(const setting& one)
     return is(&std::fwrite) ? "fwrite" : "set";
 }
 
+std::vector<std::string> names_with(bool setting::*mark)
+{
+    std::vector<std::string> names;
+    for (const auto& one : current)
+        if (one.*mark)
+            names.emplace_back(curl_easy_option_by_id(one.option)->name);
+    return names;
+}
+
 } // namespace
 
 void remember()
 {
     for (auto& one : current)
-        one.is_refused = false;
+        one.was_refused = false;
     remembered = current;
 }
 
 std::vector<std::string> refused()
 {
-    std::vector<std::string> names;
-    for (const auto& one : current)
-        if (one.is_refused)
-            names.emplace_back(curl_easy_option_by_id(one.option)->name);
-    return names;
+    return names_with(&setting::was_refused);
+}
+
+std::vector<std::string> lost()
+{
+    return names_with(&setting::is_lost);
 }
 
 std::vector<std::string> changed()
@@ -127,7 +138,7 @@ extern "C" [[gnu::visibility("default")]] CURLcode curl_easy_setopt(CURL* handle
         code = function(handle, option, value);
     }
     va_end(arguments);
-    if (code != CURLE_OK)
-        kept.is_refused = true;
+    kept.is_lost = code != CURLE_OK;
+    kept.was_refused = kept.was_refused || kept.is_lost;
     return code;
 }

@@ -117,6 +117,8 @@ void run(const assignment& given)
             say("restorers", "");
         for (const auto& one : options::refused())
             say("refused", one);
+        for (const auto& one : options::lost())
+            say("lost", one);
         for (const auto& one : options::changed())
             say("option", one);
         say("again", result_of([&] { return use_again(place); }));
