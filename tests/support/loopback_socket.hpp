@@ -99,6 +99,7 @@ public:
     explicit tcp_listener(const stop_signal& stop);
 
     unsigned short port() const { return port_.number(); }
+    int descriptor_number() const { return port_.descriptor_number(); }
     tcp_stream accept();
 
 private:
