@@ -1,5 +1,7 @@
 #include <support/cutting_gate.hpp>
 
+#include <boost/algorithm/string/replace.hpp>
+
 #include <poll.h>
 #include <sys/eventfd.h>
 #include <sys/socket.h>
@@ -31,11 +33,12 @@ void end_sending(const tcp_stream& stream)
 
 } // namespace
 
-cutting_gate::cutting_gate(unsigned short server_port, speech spoken)
-    : server_port_(server_port),
+cutting_gate::cutting_gate(const std::string& address, unsigned short server_port, speech spoken)
+    : address_(address),
+      server_port_(server_port),
       spoken_(spoken),
       wake_(new_event()),
-      listener_(stop_),
+      listener_(stop_, address_),
       runner_([this] { run(); })
 {
 }
@@ -168,7 +171,7 @@ void cutting_gate::accept(channel kind, tcp_listener& from, unsigned short serve
 {
     link made{kind, ++connections_, from.accept(), std::nullopt};
     try {
-        made.server = tcp_stream::connect_to(server_port, stop_);
+        made.server = tcp_stream::connect_to(server_port, stop_, address_);
     } catch (const disconnected&) {
         return; // the server has given up on it
     }
@@ -190,6 +193,7 @@ void cutting_gate::read_from_client(link& from)
         if (!bytes.empty())
             return pass(from, direction::to_server, bytes);
         from.client_ended = true;
+        from.client_went_first = !from.server_ended;
         if (from.server)
             end_sending(*from.server);
     } catch (const disconnected&) {
@@ -269,17 +273,19 @@ std::string cutting_gate::redirected(const link& control, std::string line)
     int high = 0;
     int low = 0;
     const auto extended = std::sscanf(line.c_str() + open, "(|||%d|)", &port) == 1;
-    const auto plain = std::sscanf(line.c_str() + open, "(127,0,0,1,%d,%d)", &high, &low) == 2;
+    const auto plain =
+        std::sscanf(line.c_str() + open, "(127,%*d,%*d,%*d,%d,%d)", &high, &low) == 2;
     if (!line.starts_with("229") ? !line.starts_with("227") || !plain : !extended)
         return line;
     data_listeners_.push_back({control.number,
                                static_cast<unsigned short>(extended ? port : high * 256 + low),
-                               tcp_listener(stop_)});
+                               tcp_listener(stop_, address_)});
     const auto own = data_listeners_.back().listener.port();
     line.erase(open);
-    return line + (extended ? "(|||" + std::to_string(own) + "|)\r\n"
-                            : "(127,0,0,1," + std::to_string(own / 256) + ',' +
-                                  std::to_string(own % 256) + ")\r\n");
+    return line + (extended
+                       ? "(|||" + std::to_string(own) + "|)\r\n"
+                       : '(' + boost::algorithm::replace_all_copy(address_, ".", ",") + ',' +
+                             std::to_string(own / 256) + ',' + std::to_string(own % 256) + ")\r\n");
 }
 
 /// The client finds its connection broken at once.
@@ -310,11 +316,17 @@ void cutting_gate::end_server_side(link& broken)
 /// Forgets the connections that are over.
 void cutting_gate::sweep()
 {
-    links_.remove_if([](const link& one) {
-        const auto client_over = !one.client || one.client_ended;
-        const auto server_over = !one.server || one.server_ended;
-        return client_over && server_over;
-    });
+    for (auto one = links_.begin(); one != links_.end();) {
+        const auto here = one++;
+        if ((here->client && !here->client_ended) || (here->server && !here->server_ended))
+            continue;
+        // A side that has gone first would keep its port for a minute if it was seen off properly.
+        if (here->client && here->client_went_first)
+            here->client->reset_when_closed();
+        if (here->server && !here->client_went_first)
+            here->server->reset_when_closed();
+        links_.erase(here);
+    }
     data_listeners_.remove_if([this](const data_listener& data) {
         for (const auto& one : links_)
             if (one.number == data.control)

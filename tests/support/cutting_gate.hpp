@@ -14,7 +14,7 @@
 
 namespace tarnix::test {
 
-/// Stands between a client and a server on 127.0.0.1, passes on what they say, and breaks a
+/// Stands between a client and a server on this machine, passes on what they say, and breaks a
 /// connection after any byte that it is told. It writes the port of a data connection in a reply
 /// to EPSV or PASV to one of its own, so that those connections go through it too.
 class cutting_gate {
@@ -45,11 +45,14 @@ public:
         std::string bytes;
     };
 
-    explicit cutting_gate(unsigned short server_port, speech spoken = speech::ftp);
+    /// For a server at `address`, where the gate takes a port, too.
+    cutting_gate(const std::string& address, unsigned short server_port,
+                 speech spoken = speech::ftp);
     ~cutting_gate();
     cutting_gate(const cutting_gate&) = delete;
     cutting_gate& operator=(const cutting_gate&) = delete;
 
+    const std::string& address() const { return address_; }
     unsigned short port() const { return listener_.port(); }
 
     /// Counts and records from here on, and cuts once: there.
@@ -74,6 +77,7 @@ private:
         std::optional<tcp_stream> server;
         bool client_ended = false;
         bool server_ended = false;
+        bool client_went_first = false;
         std::string unfinished_line{};
     };
 
@@ -97,8 +101,9 @@ private:
     static void end_server_side(link& broken);
     void sweep();
 
-    unsigned short server_port_;
-    speech spoken_;
+    const std::string address_;
+    const unsigned short server_port_;
+    const speech spoken_;
     stop_signal stop_;
     descriptor wake_;
     mutable std::mutex mutex_;

@@ -62,7 +62,7 @@ auto on_handle(Call call)
     return [call](place& here) {
         auto said = said_by([&] { return call(*here.handle, here); });
         const auto url = core::current_remote_url(*here.handle);
-        return url == place::working_url ? said : said + " at " + url;
+        return url == here.url("/home/u/w/") ? said : said + " at " + url;
     };
 }
 
@@ -77,7 +77,7 @@ void start_in_working_folder(place& here)
 {
     start_handle(here);
     here.connect_handle();
-    core::cd(*here.handle, place::working_url);
+    core::cd(*here.handle, here.url(place::working_folder));
 }
 
 /// libcurl does not notice that a connection was reset while it was idle: the first request on it
@@ -127,8 +127,9 @@ constexpr auto local_name = "local";
 std::string files_on_both_sides(place& here)
 {
     const auto path = here.local / local_name;
-    return server_files(here) +
-           (std::filesystem::exists(path) ? "; local=" + on_one_line(read_bytes(path)) : "; no local file");
+    return server_files(here) + (std::filesystem::exists(path)
+                                     ? "; local=" + on_one_line(read_bytes(path))
+                                     : "; no local file");
 }
 
 /// How much of it arrived.
@@ -214,35 +215,33 @@ const std::string text = "one\ntwo\n";
 std::vector<operation> core_operations()
 {
     return {
-        from_the_start(
-            "connect",
-            [](curl_ptr& h, place& here) {
-                return core::connect(h, "ftp://127.0.0.1", "u", "secret", here.gate.port(),
-                                     "passive", "none", false, "", true, true, 0, 0);
-            },
-            {}),
-        from_the_start(
-            "connect_to_a_folder",
-            [](curl_ptr& h, place& here) {
-                return core::connect(h, "ftp://127.0.0.1/w", "u", "secret", here.gate.port(),
-                                     "passive", "none", false, "", true, true, 0, 0);
-            },
-            {}),
-        from_the_start(
-            "connect_to_a_missing_folder",
-            [](curl_ptr& h, place& here) {
-                return core::connect(h, "ftp://127.0.0.1/m", "u", "secret", here.gate.port(),
-                                     "passive", "none", false, "", true, true, 0, 0);
-            },
-            {}),
+        from_the_start("connect",
+                       [](curl_ptr& h, place& here) {
+                           return core::connect(h, "ftp://" + here.gate.address(), "u", "secret",
+                                                here.gate.port(), "passive", "none", false, "",
+                                                true, true, 0, 0);
+                       },
+                       {}),
+        from_the_start("connect_to_a_folder",
+                       [](curl_ptr& h, place& here) {
+                           return core::connect(h, here.url("w"), "u", "secret", here.gate.port(),
+                                                "passive", "none", false, "", true, true, 0, 0);
+                       },
+                       {}),
+        from_the_start("connect_to_a_missing_folder",
+                       [](curl_ptr& h, place& here) {
+                           return core::connect(h, here.url("m"), "u", "secret", here.gate.port(),
+                                                "passive", "none", false, "", true, true, 0, 0);
+                       },
+                       {}),
         in_working_folder("pwd", nothing, [](curl_ptr& h, place&) { return core::pwd(h); }, {}),
         in_working_folder("syst", nothing, [](curl_ptr& h, place&) { return core::syst(h); }, {}),
-        in_working_folder("cd", remote_folder("a"),
-                          [](curl_ptr& h, place&) { return core::cd(h, "ftp://127.0.0.1//home/u/w/a"); },
-                          {}),
+        in_working_folder(
+            "cd", remote_folder("a"),
+            [](curl_ptr& h, place& here) { return core::cd(h, here.url("/home/u/w/a")); }, {}),
         in_working_folder(
             "unsafe_cd", remote_folder("a"),
-            [](curl_ptr& h, place&) { return core::unsafe_cd(h, "ftp://127.0.0.1//home/u/w/a"); },
+            [](curl_ptr& h, place& here) { return core::unsafe_cd(h, here.url("/home/u/w/a")); },
             {}),
         in_working_folder("is_folder", remote_folder("a"),
                           [](curl_ptr& h, place&) { return core::is_folder(h, "a"); }, {}),
@@ -257,14 +256,23 @@ std::vector<operation> core_operations()
         in_working_folder("delete_folder_refused", remote_file("old/f", "x"),
                           [](curl_ptr& h, place&) { core::delete_folder(h, "old"); }, {}),
         in_working_folder("list", remote_file("f", "x"),
-                          [](curl_ptr& h, place&) { return part_of("-rw-r--r-- 1 u u 1 Jan 02 2020 f\n", core::list(h, "")); }, {}, {{"x", {}}}),
+                          [](curl_ptr& h, place&) {
+                              return part_of("-rw-r--r-- 1 u u 1 Jan 02 2020 f\n",
+                                             core::list(h, ""));
+                          },
+                          {}, {{"x", {}}}),
         in_working_folder("nlst", remote_file("f", "x"),
-                          [](curl_ptr& h, place&) { return part_of("f\n", core::nlst(h, "")); }, {}, {{"x", {}}}),
+                          [](curl_ptr& h, place&) { return part_of("f\n", core::nlst(h, "")); }, {},
+                          {{"x", {}}}),
         in_working_folder("dir", remote_file("ab", "x"),
-                          [](curl_ptr& h, place&) { return part_of("ab", boost::algorithm::join(core::dir(h, ""), ",")); }, {}, {{"x", {}}}),
-        transfer("send_file", local_file(text),
-                 [](curl_ptr& h, place& here) { core::send_file(h, local_path(here), u"f", false); },
-                 {}, {{"x", {}}}),
+                          [](curl_ptr& h, place&) {
+                              return part_of("ab", boost::algorithm::join(core::dir(h, ""), ","));
+                          },
+                          {}, {{"x", {}}}),
+        transfer(
+            "send_file", local_file(text),
+            [](curl_ptr& h, place& here) { core::send_file(h, local_path(here), u"f", false); }, {},
+            {{"x", {}}}),
         transfer("send_text", local_file(text),
                  [](curl_ptr& h, place& here) { core::send_file(h, local_path(here), u"f", true); },
                  {}, {{"x", {}}}),

@@ -2,6 +2,7 @@
 
 #include "cut_points.hpp"
 
+#include <boost/algorithm/string/replace.hpp>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -62,12 +63,12 @@ std::ptrdiff_t open_descriptors()
                          std::filesystem::directory_iterator());
 }
 
-/// As `text`, with the port that is another one in each run taken out.
-std::string without_port(std::string text, unsigned short port)
+/// Without what differs from run to run.
+std::string in_general(const std::string& text, const cutting_gate& gate)
 {
-    const auto number = std::to_string(port);
-    const auto at = text.find(number);
-    return at == std::string::npos ? text : text.replace(at, number.size(), "port");
+    using boost::algorithm::replace_all_copy;
+    return replace_all_copy(replace_all_copy(text, gate.address(), "host"),
+                            std::to_string(gate.port()), "port");
 }
 
 void run_in_place(const operation& what, const std::optional<cutting_gate::cut>& there,
@@ -79,7 +80,7 @@ void run_in_place(const operation& what, const std::optional<cutting_gate::cut>&
     if (what.start)
         what.start(here);
     here.gate.start(there);
-    result.outcome = without_port(what.run(here), here.gate.port());
+    result.outcome = in_general(what.run(here), here.gate);
     for (const auto& warning : here.warnings)
         result.outcome += ", warned " + warning;
     if (there && !here.gate.has_cut_within(5s))
@@ -139,8 +140,8 @@ public:
             const auto here = std::find(stages.begin() + static_cast<std::ptrdiff_t>(from),
                                         stages.end(), row.stage);
             if (here == stages.end()) {
-                ADD_FAILURE() << what.name << " has no stage \"" << row.stage
-                              << "\" there; it has " << testing::PrintToString(stages);
+                ADD_FAILURE() << what.name << " has no stage \"" << row.stage << "\" there; it has "
+                              << testing::PrintToString(stages);
                 return;
             }
             from = static_cast<std::size_t>(here - stages.begin());
@@ -153,8 +154,8 @@ public:
         const auto* row = row_of(point);
         if (!row)
             return false;
-        const auto& allowed = how == breaking::reset && !row->when_reset.empty() ? row->when_reset
-                                                                                : row->outcomes;
+        const auto& allowed =
+            how == breaking::reset && !row->when_reset.empty() ? row->when_reset : row->outcomes;
         return std::find(allowed.begin(), allowed.end(), outcome) != allowed.end();
     }
 
@@ -163,9 +164,8 @@ private:
     {
         if (point.where == channel::control)
             return &rows_[point.stage];
-        const auto found = std::find_if(data_.begin(), data_.end(), [&](const auto& row) {
-            return row.stage == point.label;
-        });
+        const auto found = std::find_if(data_.begin(), data_.end(),
+                                        [&](const auto& row) { return row.stage == point.label; });
         return found == data_.end() ? nullptr : &*found;
     }
 

@@ -134,7 +134,8 @@ std::vector<cut_point> conversation::data_points() const
             continue;
         const auto way = what == kind::upload ? direction::to_server : direction::to_client;
         const auto add_point = [&, way = way](direction cut_way, const char* how_much) {
-            points.push_back({channel::data, cut_way, passed[way], 0, command + " data " + how_much});
+            points.push_back(
+                {channel::data, cut_way, passed[way], 0, command + " data " + how_much});
         };
         if (points.empty())
             add_point(direction::to_server, "refused");

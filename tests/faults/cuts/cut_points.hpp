@@ -21,12 +21,12 @@ struct cut_point {
 
 /// What passed a gate in a run that was not cut, and the places where it can be.
 ///
-/// The stages of control connections are, in this order, "idle" and for each command "before X", "in
-/// X" (not all of it has reached the server), "X unanswered" (all of it has, not all of a reply has
-/// reached the client), "X under way" (between the two replies of a transfer), at the end "answered".
-/// A connection that is made in the run begins with "no greeting".
-/// The stages of data connections are "X data refused" (cut as soon as it is there), "X data none",
-/// "X data part" and "X data all".
+/// The stages of control connections are, in this order, "idle" and for each command "before X",
+/// "in X" (not all of it has reached the server), "X unanswered" (all of it has, not all of a reply
+/// has reached the client), "X under way" (between the two replies of a transfer), at the end
+/// "answered". A connection that is made in the run begins with "no greeting". The stages of data
+/// connections are "X data refused" (cut as soon as it is there), "X data none", "X data part" and
+/// "X data all".
 class conversation {
 public:
     explicit conversation(const std::vector<cutting_gate::passage>& passed);

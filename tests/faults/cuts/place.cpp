@@ -26,25 +26,25 @@ void place::note_warning(const resource_core::BaseMsgID& message)
         place_of_this_thread->warnings.push_back(message.id);
 }
 
-void place::connect_handle(const std::string& url)
+void place::connect_handle()
 {
-    io::ftp::core::connect(*handle, url, "u", "secret", gate.port(), "passive",
-                           "none", false, "", true, true, 0, 0);
+    io::ftp::core::connect(*handle, "ftp://" + gate.address(), "u", "secret", gate.port(),
+                           "passive", "none", false, "", true, true, 0, 0);
 }
 
 void place::connect_session()
 {
-    ftp::url url;
-    url.scheme = ftp::protocol::ftp;
-    url.host = "127.0.0.1";
-    url.port = gate.port();
+    ftp::url to;
+    to.scheme = ftp::protocol::ftp;
+    to.host = gate.address();
+    to.port = gate.port();
     ftp::session_options wanted;
     wanted.user = "u";
     wanted.password = "secret";
     // No wait here needs more; a wait for a reply that never comes shall not look like a hang.
     wanted.reply_timeout = std::chrono::seconds(5);
     wanted.connect_timeout = std::chrono::seconds(5);
-    session.emplace(url, wanted);
+    session.emplace(to, wanted);
 }
 
 std::map<std::string, std::string> place::option_values() const

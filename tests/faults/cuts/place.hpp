@@ -21,7 +21,6 @@ namespace tarnix::test {
 struct place {
     static constexpr auto login_folder = "/home/u";
     static constexpr auto working_folder = "/home/u/w";
-    static constexpr auto working_url = "ftp://127.0.0.1//home/u/w/";
 
     place();
     ~place();
@@ -29,8 +28,8 @@ struct place {
     place& operator=(const place&) = delete;
 
     option_recorder options{option_recorder::requests::real};
-    scripted_server server{login_folder};
-    cutting_gate gate{server.port()};
+    scripted_server server{login_folder, new_loopback()};
+    cutting_gate gate{server.address(), server.port()};
     temporary_folder local;
     std::optional<io::ftp::core::curl_ptr> handle;
     std::optional<ftp::session> session;
@@ -40,7 +39,12 @@ struct place {
     std::vector<std::string> warnings;
 
     /// A fresh connection of the handle to the login folder.
-    void connect_handle(const std::string& url = "ftp://127.0.0.1");
+    void connect_handle();
+    /// Of an absolute path.
+    std::string url(const std::string& path) const
+    {
+        return "ftp://" + gate.address() + '/' + path;
+    }
     void connect_session();
     /// By name, of all that were ever set; the port of the gate reads "the gate's".
     std::map<std::string, std::string> option_values() const;
