@@ -55,6 +55,8 @@ struct report {
     std::map<std::string, std::string> options;
     std::vector<cutting_gate::passage> passed;
     std::vector<std::string> faults;
+    /// The first use of the client afterwards failed.
+    bool recovers_late = false;
 };
 
 std::ptrdiff_t open_descriptors()
@@ -69,6 +71,21 @@ std::string in_general(const std::string& text, const cutting_gate& gate)
     using boost::algorithm::replace_all_copy;
     return replace_all_copy(replace_all_copy(text, gate.address(), "host"),
                             std::to_string(gate.port()), "port");
+}
+
+void recover(const operation& what, place& here, report& result)
+{
+    try {
+        what.recover(here);
+        return;
+    } catch (const std::exception&) {
+        result.recovers_late = true;
+    }
+    try {
+        what.recover(here);
+    } catch (const std::exception& error) {
+        result.faults.push_back(std::string("the client is unusable afterwards: ") + error.what());
+    }
 }
 
 void run_in_place(const operation& what, const std::optional<cutting_gate::cut>& there,
@@ -87,11 +104,7 @@ void run_in_place(const operation& what, const std::optional<cutting_gate::cut>&
         fault("the cut never came");
     result.passed = here.gate.passed();
     result.options = here.option_values();
-    try {
-        result.outcome += what.recover(here);
-    } catch (const std::exception& error) {
-        fault(std::string("the client is unusable afterwards: ") + error.what());
-    }
+    recover(what, here, result);
     here.session.reset();
     here.handle.reset();
     if (!here.gate.is_quiet_within(longest_run))
@@ -135,17 +148,16 @@ public:
     expectations(const operation& what, const std::vector<std::string>& stages)
         : rows_(stages.size()), data_(what.data)
     {
-        std::size_t from = 0;
+        auto from = stages.begin();
         for (const auto& row : what.control) {
-            const auto here = std::find(stages.begin() + static_cast<std::ptrdiff_t>(from),
-                                        stages.end(), row.stage);
+            const auto here = std::find(from, stages.end(), row.stage);
             if (here == stages.end()) {
                 ADD_FAILURE() << what.name << " has no stage \"" << row.stage << "\" there; it has "
                               << testing::PrintToString(stages);
                 return;
             }
-            from = static_cast<std::size_t>(here - stages.begin());
-            std::fill(rows_.begin() + static_cast<std::ptrdiff_t>(from), rows_.end(), row);
+            std::fill(rows_.begin() + (here - stages.begin()), rows_.end(), row);
+            from = here + 1;
         }
     }
 
@@ -281,6 +293,10 @@ void cut_everywhere(const cut_case& one)
         };
         for (const auto& fault : found[i].faults)
             fail(fault);
+        // libcurl does not notice that a connection was reset while nothing was asked of it.
+        if (found[i].recovers_late &&
+            (cuts[i].how != breaking::reset || points[i % points.size()].label != "answered"))
+            fail("the first use of the client afterwards fails");
         if (!expected.allow(points[i % points.size()], cuts[i].how, found[i].outcome))
             fail(found[i].outcome);
         const auto options = difference(uncut.options, found[i].options);

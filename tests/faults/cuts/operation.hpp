@@ -27,8 +27,8 @@ struct operation {
     std::function<void(place&)> start;
     /// Returns what the caller gets: a value, or an identifier.
     std::function<std::string(place&)> run;
-    /// Uses the client once more; returns what was remarkable in that, raises when it failed.
-    std::function<std::string(place&)> recover;
+    /// Connects and uses the client once more; raises when that does not work.
+    std::function<void(place&)> recover;
     /// What has become of the files on both sides.
     std::function<std::string(place&)> effect;
     std::vector<expectation> control;

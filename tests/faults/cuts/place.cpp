@@ -28,8 +28,8 @@ void place::note_warning(const resource_core::BaseMsgID& message)
 
 void place::connect_handle()
 {
-    io::ftp::core::connect(*handle, "ftp://" + gate.address(), "u", "secret", gate.port(),
-                           "passive", "none", false, "", true, true, 0, 0);
+    io::ftp::core::connect(*handle, server_url(), "u", "secret", gate.port(), "passive", "none",
+                           false, "", true, true, 0, 0);
 }
 
 void place::connect_session()

@@ -34,17 +34,17 @@ struct place {
     std::optional<io::ftp::core::curl_ptr> handle;
     std::optional<ftp::session> session;
 
+    /// Told by who prepared the place.
+    std::string files_before;
     /// The host's warning handler: the Ids of the warnings, each on the thread of its place.
     static void note_warning(const resource_core::BaseMsgID& message);
     std::vector<std::string> warnings;
 
     /// A fresh connection of the handle to the login folder.
     void connect_handle();
+    std::string server_url() const { return "ftp://" + gate.address(); }
     /// Of an absolute path.
-    std::string url(const std::string& path) const
-    {
-        return "ftp://" + gate.address() + '/' + path;
-    }
+    std::string url(const std::string& path) const { return server_url() + '/' + path; }
     void connect_session();
     /// By name, of all that were ever set; the port of the gate reads "the gate's".
     std::map<std::string, std::string> option_values() const;
