@@ -233,15 +233,16 @@ void control_conversation::rename_to()
 
 void control_conversation::epsv()
 {
-    data_ = data_connection::passive(server_.stop);
+    data_ = data_connection::passive(server_.stop, server_.address);
     reply(229, "Connect to me (|||" + std::to_string(data_->port()) + "|)");
 }
 
 void control_conversation::pasv()
 {
-    data_ = data_connection::passive(server_.stop);
-    reply(227, "Connect to me (127,0,0,1," + std::to_string(data_->port() / 256) + ',' +
-                   std::to_string(data_->port() % 256) + ')');
+    data_ = data_connection::passive(server_.stop, server_.address);
+    reply(227, "Connect to me (" + replaced(server_.address, ".", ",") + ',' +
+                   std::to_string(data_->port() / 256) + ',' + std::to_string(data_->port() % 256) +
+                   ')');
 }
 
 void control_conversation::eprt()

@@ -26,12 +26,14 @@ struct server_behaviour {
 
 /// What the conversations of one server share; it outlives them.
 struct server_state {
-    explicit server_state(const std::string& folder) : login_folder(folder)
+    server_state(const std::string& folder, const std::string& where)
+        : login_folder(folder), address(where)
     {
         tree.add_folder(folder);
     }
 
     const std::string login_folder;
+    const std::string address;
     stop_signal stop;
     file_tree tree;
     reply_script script;

@@ -11,7 +11,7 @@ namespace tarnix::test {
 class data_connection {
 public:
     /// Listens at once, so that the client may connect before it asks for the transfer.
-    static data_connection passive(const stop_signal& stop);
+    static data_connection passive(const stop_signal& stop, const std::string& address);
     static data_connection active(unsigned short port, const stop_signal& stop);
 
     /// Of whichever side listens.

@@ -5,8 +5,10 @@
 
 namespace tarnix::test {
 
-scripted_server::scripted_server(const std::string& login_folder)
-    : state_(login_folder), listener_(state_.stop), acceptor_([this] { accept_connections(); })
+scripted_server::scripted_server(const std::string& login_folder, const std::string& address)
+    : state_(login_folder, address),
+      listener_(state_.stop, address),
+      acceptor_([this] { accept_connections(); })
 {
 }
 
