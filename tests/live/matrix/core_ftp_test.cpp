@@ -1,6 +1,5 @@
 #include "check.hpp"
 #include "core_on_server.hpp"
-#include "counts.hpp"
 #include "outcome.hpp"
 
 #include <algorithm>
@@ -269,18 +268,11 @@ const std::vector<check<client>> checks{
      "ftp://HOST/ROOT/a%20b"},
 };
 
-class CoreFtpMatrix : public core_on_server,
-                      public testing::WithParamInterface<check_on<core_on_server>> {
-protected:
-    CoreFtpMatrix() : core_on_server(*GetParam().server) {}
-};
+using CoreFtpMatrix = matrix_test<core_on_server>;
 
 TEST_P(CoreFtpMatrix, comes_to)
 {
-    const auto& [server, what] = GetParam();
-    EXPECT_EQ(outcome(what->run),
-              expected_outcome(*server, "core FTP", what->name, what->usual_outcome));
-    count("checks of the library on " + server->description());
+    compare("core FTP");
 }
 
 INSTANTIATE_TEST_SUITE_P(

@@ -12,6 +12,32 @@ const std::vector<difference>& differences()
         {"SFTP", "session", "upload as text", "refused"},
         {"SFTP", "session", "download as text", "refused"},
         {"SFTP", "session", "system_type", "refused"},
+
+        {"proftpd", "core FTP", "list of a missing folder", "[] 450"},
+        {"proftpd", "core FTP", "list of a closed folder", "[] 226"},
+        {"proftpd", "core FTP", "nlst of a missing folder", "\"\" 450"},
+        {"proftpd", "core FTP", "nlst of a closed folder", "\"\" 226"},
+
+        {"pure-ftpd", "core FTP", "list of a closed folder", "[] 226"},
+        {"pure-ftpd", "core FTP", "nlst", "[., .., bare, closed, empty, file, full, lines, locked, secret]"},
+        {"pure-ftpd", "core FTP", "nlst of a folder", "\"full/.\\nfull/inner\\nfull/..\\n\" 226"},
+        {"pure-ftpd", "core FTP", "nlst of an empty folder", "\"bare/.\\nbare/..\\n\" 226"},
+        {"pure-ftpd", "core FTP", "nlst of a missing folder", "\"\" 550"},
+        {"pure-ftpd", "core FTP", "nlst of a closed folder", "\"\" 550"},
+        {"pure-ftpd", "core FTP", "dir of an absolute folder", "[ROOT/full/., ROOT/full/.., ROOT/full/inner]"},
+        // It sends a carriage return before every line feed, also where there is one already.
+        {"pure-ftpd", "core FTP", "receive_file as text", "\"one\\n\\ntwo\\n\""},
+        {"pure-ftpd", "session", "download as text", "\"one\\n\\ntwo\\n\""},
+        // It refuses with 451, which the library takes for success.
+        {"pure-ftpd", "core FTP", "rename_remote_file into a missing folder", "done"},
+        {"pure-ftpd", "core FTP", "rename_remote_file into a locked folder", "done"},
+
+        {"pyftpdlib", "core FTP", "list of a missing folder", "[] 550"},
+        {"pyftpdlib", "core FTP", "list of a closed folder", "[] 550"},
+        {"pyftpdlib", "core FTP", "nlst of a folder", "\"inner\\n\" 226"},
+        {"pyftpdlib", "core FTP", "nlst of a missing folder", "\"\" 550"},
+        {"pyftpdlib", "core FTP", "nlst of a closed folder", "\"\" 550"},
+        {"pyftpdlib", "core FTP", "dir of an absolute folder", "[inner]"},
         // clang-format on
     };
     return all;

@@ -10,7 +10,8 @@ namespace tarnix::test {
 
 /// What comes of a check where it is not what usually comes of it.
 struct difference {
-    /// "SFTP" for all its servers, a software, or one flavour by its full name; the narrowest counts.
+    /// "SFTP" for all its servers, a software, or one flavour by its full name; the narrowest
+    /// counts.
     std::string_view who;
     /// "core FTP", "core SFTP" or "session".
     std::string_view layer;

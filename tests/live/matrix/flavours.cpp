@@ -43,10 +43,7 @@ const std::vector<flavour>& flavours()
          .server = "vsftpd",
          .software = "vsftpd",
          .tls_mode = "opportunistic"},
-        {.group = "vsftpd",
-         .name = "ipv6_passive",
-         .server = "vsftpd-ipv6",
-         .software = "vsftpd"},
+        {.group = "vsftpd", .name = "ipv6_passive", .server = "vsftpd-ipv6", .software = "vsftpd"},
         {.group = "vsftpd",
          .name = "ipv6_active",
          .server = "vsftpd-ipv6",
@@ -149,10 +146,7 @@ const std::vector<flavour>& flavours()
          .server = "sshd",
          .software = "sshd",
          .all_checks = true},
-        {.group = "sshd",
-         .name = "ipv6_password",
-         .server = "sshd-ipv6",
-         .software = "sshd"},
+        {.group = "sshd", .name = "ipv6_password", .server = "sshd-ipv6", .software = "sshd"},
     };
     return all;
 }
