@@ -27,7 +27,7 @@ private:
     std::map<std::string, std::string> values_;
 };
 
-/// The running server of a kind that servers.py knows ("vsftpd", "vsftpd-tls", "sshd"). The first
+/// The running server of a kind that servers.py knows, e.g. "vsftpd-tls" or "squid". The first
 /// call in a test program starts it; it ends with the last test. Raises `std::runtime_error` with
 /// the server's log when it does not start in time. For the main thread.
 const live_server& running_server(const std::string& kind);

@@ -1,7 +1,7 @@
 #!/usr/bin/python3
 """Starts real FTP, FTPS and SFTP servers on free loopback ports, for tests and for trying out.
 
-    servers.py KIND...        kinds: see --help
+    servers.py KIND...
 
 Prints one line KIND.KEY=VALUE for everything a client needs to know, then "ready". The servers
 run until standard input ends, until SIGINT, SIGTERM or SIGHUP, or until the parent dies; then

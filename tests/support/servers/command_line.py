@@ -4,6 +4,7 @@ import argparse
 import os
 import signal
 import sys
+import textwrap
 
 from .failures import StartFailure, Stopped
 from .kinds import KINDS, make
@@ -47,10 +48,11 @@ def become_root(arguments):
 
 
 def main(description):
-    parser = argparse.ArgumentParser(description=description,
-                                     formatter_class=argparse.RawDescriptionHelpFormatter)
-    parser.add_argument("kinds", nargs="+", choices=sorted(KINDS), metavar="KIND",
-                        help=", ".join(sorted(KINDS)))
+    parser = argparse.ArgumentParser(
+        description=description,
+        epilog=textwrap.fill("kinds: " + ", ".join(sorted(KINDS)), 80, break_on_hyphens=False),
+        formatter_class=argparse.RawDescriptionHelpFormatter)
+    parser.add_argument("kinds", nargs="+", choices=sorted(KINDS), metavar="KIND", help="see below")
     kinds = list(dict.fromkeys(parser.parse_args().kinds))
     if sys.stdin is None:
         parser.error("standard input is closed; the servers run for as long as it is open")

@@ -2,7 +2,8 @@
 
 from .loopback import IPV4, IPV6
 from .openssh import Sshd
-from .proftpd import Proftpd, ProftpdTls
+from .proftpd import Proftpd, ProftpdSftp, ProftpdTls
+from .proxies import Squid, SquidAuth, Tinyproxy, TinyproxyAuth
 from .pure_ftpd import PureFtpd, PureFtpdTls
 from .pyftpdlib_server import Pyftpdlib, PyftpdlibTls
 from .vsftpd import Vsftpd, VsftpdTls
@@ -12,6 +13,7 @@ FILE_SERVERS = {
     "vsftpd-tls": VsftpdTls,
     "proftpd": Proftpd,
     "proftpd-tls": ProftpdTls,
+    "proftpd-sftp": ProftpdSftp,
     "pure-ftpd": PureFtpd,
     "pure-ftpd-tls": PureFtpdTls,
     "pyftpdlib": Pyftpdlib,
@@ -19,10 +21,18 @@ FILE_SERVERS = {
     "sshd": Sshd,
 }
 
+PROXIES = {
+    "squid": Squid,
+    "squid-auth": SquidAuth,
+    "tinyproxy": Tinyproxy,
+    "tinyproxy-auth": TinyproxyAuth,
+}
+
 # What makes a server of each kind, and where it listens.
 KINDS = {
     **{kind: (server, IPV4) for kind, server in FILE_SERVERS.items()},
     **{f"{kind}-ipv6": (server, IPV6) for kind, server in FILE_SERVERS.items()},
+    **{kind: (proxy, IPV4) for kind, proxy in PROXIES.items()},
 }
 
 

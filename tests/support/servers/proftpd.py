@@ -1,9 +1,10 @@
-"""proftpd: FTP, and FTP with TLS."""
+"""proftpd: FTP, FTP with TLS, and SFTP."""
 
 from .certificates import WithCertificates
 from .loopback import IPV6
-from .programs import find_unpacked
+from .programs import find_unpacked, run_program
 from .server import FileServer, FtpServer
+from .sftp import SftpServer
 
 
 class ProftpdProcess(FileServer):
@@ -12,7 +13,7 @@ class ProftpdProcess(FileServer):
     def prepare(self):
         self.program = find_unpacked("usr/sbin/proftpd")
         self.modules = find_unpacked("usr/lib/proftpd")
-        self.make_account()
+        super().prepare()
 
     def settings(self):
         """The lines of the configuration, in their order."""
@@ -69,4 +70,27 @@ class ProftpdTls(WithCertificates, Proftpd):
             "TLSOptions NoSessionReuseRequired",
             f"TLSECCertificateFile {self.certificate}",
             f"TLSECCertificateKeyFile {self.key}",
+        ]
+
+
+class ProftpdSftp(ProftpdProcess, SftpServer):
+    """mod_sftp, with a password or a key."""
+
+    def prepare(self):
+        super().prepare()
+        self.authorized_keys = self.folder / "authorized_keys"
+        self.authorized_keys.write_text(
+            "".join(run_program("ssh-keygen", "-e", "-m", "RFC4716", "-f", self.public(key))
+                    for key in self.client_keys.values()))
+
+    def settings(self):
+        return [
+            *super().settings(),
+            "LoadModule mod_sftp.c",
+            "SFTPEngine on",
+            f"SFTPLog {self.log}",
+            f"SFTPHostKey {self.host_key}",
+            "SFTPKeyLimits MinimumRSASize 1024",
+            "SFTPAuthMethods publickey password",
+            f"SFTPAuthorizedUserKeys file:{self.authorized_keys}",
         ]

@@ -9,7 +9,7 @@ from .server import FtpServer
 class PureFtpd(FtpServer):
     def prepare(self):
         self.program = find_unpacked("usr/sbin/pure-ftpd")
-        self.make_account()
+        super().prepare()
         # The system's own accounts are for login shells only.
         accounts = self.folder / "accounts"
         accounts.write_text(f"{self.user.name}:{self.user.digest}:{self.user.id}:65534::"

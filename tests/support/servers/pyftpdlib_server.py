@@ -13,7 +13,7 @@ PYTHON = "/usr/bin/python3"
 
 class Pyftpdlib(FtpServer):
     def prepare(self):
-        self.make_account()
+        super().prepare()
         self.run.hand_over(self.log, self.user)
         # The user need not be able to read the folder of the tests.
         self.program = self.folder / "program.py"

@@ -104,7 +104,7 @@ class FileServer(Server):
     """A server that clients log in to, with the account of a throw-away user. Its files belong to
     that user, and everyone may read, change and remove them."""
 
-    def make_account(self):
+    def prepare(self):
         # Tests of any user work in it beside the server.
         self.home = self.folder / "home"
         self.home.mkdir()
@@ -124,8 +124,3 @@ class FtpServer(FileServer):
             if line.startswith(b"220 "):
                 break
         return words
-
-
-class SftpServer(FileServer):
-    def first_words(self, client):
-        return client.makefile("rb").readline()

@@ -9,7 +9,7 @@ from .server import FtpServer
 class Vsftpd(FtpServer):
     def prepare(self):
         self.program = find_program("vsftpd")
-        self.make_account()
+        super().prepare()
         self.empty = self.folder / "empty"
         self.empty.mkdir(mode=0o755)
         # The stock service wants a login shell; these users have none.
