@@ -88,7 +88,7 @@ protected:
         EXPECT_EQ(outcome, expected) << details;
         if (outcome == expected)
             client_ = std::move(client);
-        count("checks of the " + std::string(layer) + " operations on " + server->description());
+        count("checks of " + std::string(layer) + " operations on " + server->description());
     }
 
 private:

@@ -89,8 +89,8 @@ std::string core_on_server::outcome(std::string (*operation)(core_on_server&), s
     if (const auto folder = core::pwd(session_); folder != start_folder_)
         text += "; then in " + folder;
     core::unsafe_cd(session_, start_url_);
+    text = replaced(text, start_url_, "URL/");
     text = replaced(text, root(), "ROOT");
-    text = replaced(text, "//" + server_.host(), "//HOST");
     return replaced(text, local_.path(), "LOCAL");
 }
 
