@@ -88,9 +88,7 @@ exit_code download(ftp::session& session, const arguments& given)
     if (name.empty() || name == "." || name == "..")
         throw usage_error("get: \"" + remote + "\" names no file");
     const std::filesystem::path wanted = given.operands.size() > 1 ? given.operands.back() : name;
-    pending_file file(local_target(wanted, name));
-    session.download(remote, file.path(), mode_of(given));
-    file.commit();
+    session.download(remote, local_target(wanted, name), mode_of(given));
     return exit_code::ok;
 }
 

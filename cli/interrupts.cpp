@@ -9,16 +9,10 @@ namespace tarnix::cli {
 namespace {
 
 volatile std::sig_atomic_t remembered = 0;
-volatile std::sig_atomic_t code_in_time = 0;
 
 void remember(int number)
 {
     remembered = number;
-}
-
-void exit_now(int)
-{
-    ::_exit(code_in_time);
 }
 
 } // namespace
@@ -50,14 +44,6 @@ void end_as_interrupted()
         return;
     std::signal(remembered, SIG_DFL);
     std::raise(remembered);
-}
-
-void exit_in_time(int code)
-{
-    constexpr unsigned seconds = 5;
-    code_in_time = code;
-    std::signal(SIGALRM, &exit_now);
-    ::alarm(seconds);
 }
 
 } // namespace tarnix::cli

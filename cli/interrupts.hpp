@@ -12,7 +12,4 @@ bool interrupted() noexcept;
 /// Ends the process the way the remembered signal would have; does nothing without one.
 void end_as_interrupted();
 
-/// Ends the process with `code` in a few seconds, should it not have ended by then.
-void exit_in_time(int code);
-
 } // namespace tarnix::cli

@@ -41,16 +41,6 @@ exit_code report(const std::exception& error)
     return exit_code_of(error);
 }
 
-template <typename Work>
-exit_code reported(Work work)
-{
-    try {
-        return work();
-    } catch (const std::exception& error) {
-        return report(error);
-    }
-}
-
 exit_code run(int count, const char* const* values)
 {
     std::string answer;
@@ -59,15 +49,9 @@ exit_code run(int count, const char* const* values)
         write_result(answer);
         return exit_code::ok;
     }
-    auto server = read_url(given->url);
+    const auto server = read_url(given->url);
     auto options = make_session_options(*given);
     add_secrets(options, *given, server);
-    // Entered below, with a session that is there: one that fails at its folder would wait for the
-    // server to take leave before anything can be told.
-    const auto folder = options.starting_folder.empty() ? server.folder() : options.starting_folder;
-    server.path.clear();
-    options.starting_folder.clear();
-
     host::set_warning_handler([](const resource_core::BaseMsgID& warning) {
         write_message("warning: " + host::message_text(warning));
     });
@@ -78,14 +62,7 @@ exit_code run(int count, const char* const* values)
         io::ftp::core::getLogger().set_levels(given->trace_levels);
     }
     ftp::session session(server, options);
-    const auto code = reported([&] {
-        if (!folder.empty())
-            session.change_folder(folder);
-        return run_command(session, *given);
-    });
-    // The work is done: a server that does not take leave must not keep the user waiting.
-    exit_in_time(static_cast<int>(code));
-    return code;
+    return run_command(session, *given);
 }
 
 } // namespace
@@ -95,11 +72,14 @@ exit_code run(int count, const char* const* values)
 int main(int count, char** values)
 {
     using namespace tarnix::cli;
-    const auto code = reported([&] {
+    auto code = exit_code::internal;
+    try {
         occupy_standard_streams();
         catch_interrupts();
-        return run(count, values);
-    });
+        code = run(count, values);
+    } catch (const std::exception& error) {
+        code = report(error);
+    }
     end_as_interrupted();
     return static_cast<int>(code);
 }

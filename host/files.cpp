@@ -10,6 +10,7 @@
 
 #include <cerrno>
 #include <cstddef>
+#include <new>
 #include <string>
 #include <system_error>
 #include <utility>
@@ -74,6 +75,8 @@ std::string native_path(const fl::ustring& path)
     std::string native;
     try {
         native = fl::i18n::ustring_to_utf8(path);
+    } catch (const std::bad_alloc&) {
+        throw;
     } catch (const std::exception&) {
         raise<errors::OpenFailed>(path, std::string("the name is not well-formed UTF-16"));
     }

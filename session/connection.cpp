@@ -6,14 +6,20 @@
 
 #include <tarnix/ftp/errors.hpp>
 
+#include <foundation/core/except.hpp>
+
 #include <algorithm>
 #include <array>
+#include <exception>
+#include <optional>
 
 namespace tarnix::ftp {
 
 namespace core = tarnix::io::ftp::core;
 
 namespace {
+
+constexpr std::chrono::seconds longest_farewell{5};
 
 std::size_t discard(char*, std::size_t size, std::size_t count, void*) noexcept
 {
@@ -32,6 +38,21 @@ curl_usessl tls_level(const std::string& tls)
     return tls == "opportunistic" ? CURLUSESSL_TRY : CURLUSESSL_NONE;
 }
 
+std::string server_name(const settings& wanted)
+{
+    return wanted.host + " port " + std::to_string(wanted.port);
+}
+
+/// Why a server that took the login cannot be used.
+std::string reason_for(std::optional<failure_kind> kind)
+{
+    if (kind == failure_kind::not_found)
+        return "the login folder cannot be entered";
+    if (kind == failure_kind::connection)
+        return "the connection was lost";
+    return "the server does not tell the login folder";
+}
+
 bool is_old_libcurl()
 {
     constexpr unsigned version_8_10 = 0x080a00;
@@ -43,7 +64,8 @@ bool is_old_libcurl()
 connection::connection(const settings& wanted)
     : watch_(std::max<std::chrono::milliseconds>(wanted.options.reply_timeout,
                                                  wanted.options.connect_timeout),
-             wanted.options.cancelled)
+             wanted.options.cancelled),
+      farewell_(handle_, std::min(wanted.options.reply_timeout, longest_farewell))
 {
     set_options(wanted);
     log_in(wanted);
@@ -52,7 +74,7 @@ connection::connection(const settings& wanted)
     // earlier, because it is meant for the choice between the server's addresses.
     if (is_old_libcurl())
         core::set_option(handle_, CURLOPT_HAPPY_EYEBALLS_TIMEOUT_MS, 1LL);
-    login_folder_ = absolute_path("/", undouble_quotes(connect_core(wanted)));
+    login_folder_ = absolute_path("/", undouble_quotes(enter_login_folder(wanted)));
 }
 
 /// What the library's connect has no parameter for, and what the first request needs: the same
@@ -145,11 +167,8 @@ void connection::log_in(const settings& wanted)
 
 void connection::raise_failure(const settings& wanted, CURLcode code, const std::string& text) const
 {
-    const auto server = wanted.host + " port " + std::to_string(wanted.port);
-    if (watch_.was_cancelled())
-        throw failure(failure_kind::cancelled, "cancelled while connecting to " + server);
-    if (watch_.has_stalled())
-        throw failure(failure_kind::connection, server + " does not answer");
+    const auto server = server_name(wanted);
+    raise_if_ended(server);
     if (host_key_.is_unknown())
         throw failure(failure_kind::security, "the host key of " + server +
                                                   " is not among the known ones in \"" +
@@ -165,6 +184,29 @@ void connection::raise_failure(const settings& wanted, CURLcode code, const std:
     if (kind == failure_kind::login)
         throw failure(kind, server + " refuses the login of \"" + wanted.user + "\": " + text);
     throw failure(kind, "cannot connect to " + server + ": " + text);
+}
+
+void connection::raise_if_ended(const std::string& server) const
+{
+    if (watch_.was_cancelled())
+        throw failure(failure_kind::cancelled, "cancelled while connecting to " + server);
+    if (watch_.has_stalled())
+        throw failure(failure_kind::connection, server + " does not answer");
+}
+
+/// Returns its name as the server gives it.
+std::string connection::enter_login_folder(const settings& wanted)
+{
+    try {
+        return connect_core(wanted);
+    } catch (const foundation::core::except::IMsgIDException& error) {
+        const auto server = server_name(wanted);
+        raise_if_ended(server);
+        const auto* standard = dynamic_cast<const std::exception*>(&error);
+        const auto kind = standard ? kind_of(*standard) : std::nullopt;
+        std::throw_with_nested(failure(failure_kind::connection,
+                                       "cannot connect to " + server + ": " + reason_for(kind)));
+    }
 }
 
 /// Over the connection that is there. Always to the login folder: the library's connect goes

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "farewell.hpp"
 #include "host_key.hpp"
 #include "settings.hpp"
 #include "watch.hpp"
@@ -29,11 +30,14 @@ private:
     void log_in(const settings& wanted);
     [[noreturn]] void raise_failure(const settings& wanted, CURLcode code,
                                     const std::string& text) const;
+    void raise_if_ended(const std::string& server) const;
+    std::string enter_login_folder(const settings& wanted);
     std::string connect_core(const settings& wanted);
 
     host_key_judge host_key_;
     watch watch_;
     io::ftp::core::curl_ptr handle_;
+    farewell farewell_;
     std::string login_folder_;
 };
 

@@ -1,6 +1,7 @@
 #include "connection.hpp"
 #include "explanations.hpp"
 #include "paths.hpp"
+#include "pending_file.hpp"
 #include "settings.hpp"
 #include "text_checks.hpp"
 
@@ -10,6 +11,7 @@
 #include <foundation/core/except.hpp>
 
 #include <exception>
+#include <new>
 #include <system_error>
 #include <utility>
 
@@ -17,11 +19,24 @@ namespace tarnix::ftp {
 
 namespace core = tarnix::io::ftp::core;
 
+namespace {
+
+/// The server names the folder, and the session puts the name into commands.
+std::string usable_folder(const std::string& name)
+{
+    if (has_control_character(name))
+        throw failure(failure_kind::transfer, "the server's name of the working folder, \"" + name +
+                                                  "\", holds a control character");
+    return name;
+}
+
+} // namespace
+
 struct session::state {
     explicit state(const settings& wanted)
         : link(wanted),
           view(link, wanted.server_url(), wanted.is_sftp()),
-          folder(link.login_folder())
+          folder(usable_folder(link.login_folder()))
     {
     }
 
@@ -59,6 +74,8 @@ core::ustring utf16_name(const std::string& path)
 {
     try {
         return fl::i18n::utf8_to_ustring(path);
+    } catch (const std::bad_alloc&) {
+        throw;
     } catch (const std::exception&) {
         throw invalid_input("the path " + printable(path) + " on the server is not UTF-8");
     }
@@ -68,6 +85,8 @@ core::ustring utf16_path(const std::filesystem::path& local)
 {
     try {
         return local.u16string();
+    } catch (const std::bad_alloc&) {
+        throw;
     } catch (const std::exception&) {
         throw failure(failure_kind::local_file,
                       "the name of the local file " + printable(local.native()) + " is not UTF-8");
@@ -78,6 +97,8 @@ core::ustring name_for_command(const remote_view& view, const std::string& path)
 {
     return utf16_name(view.is_sftp() ? escape_quotes(path) : path);
 }
+
+const std::string not_written = "the local file could not be written";
 
 bool is_home(const std::string& path)
 {
@@ -91,6 +112,10 @@ std::string session::state::begin(const std::string& path)
     if (has_control_character(path))
         throw invalid_input("a path on the server holds a control character");
     link.watching().restart();
+    // When memory is short libcurl loses the URL that it is told, and the library builds all others
+    // from that one.
+    if (core::current_remote_url(link.handle()).empty())
+        core::set_option(link.handle(), CURLOPT_URL, view.folder_url(folder).c_str());
     // libcurl expands these too, but not in commands.
     if (view.is_sftp() && is_home(path))
         return absolute_path(link.login_folder(), path.substr(path.find('~') + 1).insert(0, "."));
@@ -168,10 +193,14 @@ void session::change_folder(const std::string& path)
     state_->run(
         what, [&](core::curl_ptr& handle) { name = core::cd(handle, url); },
         [](const replies& server) {
-            return explanation{failure_kind::not_found,
-                               server.refusal().value_or("the server does not let it be entered")};
+            // It was entered a moment ago.
+            if (!server.refusal())
+                return explanation{failure_kind::connection,
+                                   "the connection was lost, or the server does not name it"};
+            return explanation{failure_kind::not_found, *server.refusal()};
         });
-    state_->folder = state_->view.is_sftp() ? target : absolute_path("/", undouble_quotes(name));
+    state_->folder =
+        state_->view.is_sftp() ? target : usable_folder(absolute_path("/", undouble_quotes(name)));
 }
 
 std::string session::list(const std::string& path)
@@ -312,20 +341,28 @@ void session::download(const std::string& remote, const std::filesystem::path& l
 {
     const auto path = state_->begin_transfer(remote, mode);
     const auto remote_name = utf16_name(path);
-    const auto local_name = utf16_path(local);
-    state_->run(
-        "cannot fetch " + quoted(path),
-        [&](core::curl_ptr& handle) {
-            core::receive_file(handle, remote_name, local_name, mode == transfer_mode::text);
-        },
-        [&](const replies& server) {
-            std::error_code unknown;
-            const auto written = std::filesystem::file_size(local, unknown);
-            const auto received = state_->link.watching().bytes_downloaded();
-            if (mode == transfer_mode::binary && !unknown && std::cmp_less(written, received))
-                return explanation{failure_kind::local_file, "the local file could not be written"};
-            return explain_download(state_->view, path, server);
-        });
+    const auto what = "cannot fetch " + quoted(path);
+    pending_file file(local);
+    const auto local_name = utf16_path(file.path());
+    try {
+        state_->run(
+            what,
+            [&](core::curl_ptr& handle) {
+                core::receive_file(handle, remote_name, local_name, mode == transfer_mode::text);
+            },
+            [&](const replies& server) {
+                std::error_code unknown;
+                const auto written = std::filesystem::file_size(file.path(), unknown);
+                const auto received = state_->link.watching().bytes_downloaded();
+                if (mode == transfer_mode::binary && !unknown && std::cmp_less(written, received))
+                    return explanation{failure_kind::local_file, not_written};
+                return explain_download(state_->view, path, server);
+            });
+    } catch (const foundation::core::except::IMsgIDException&) {
+        // Of the local file, by a name that the caller does not know.
+        std::throw_with_nested(failure(failure_kind::local_file, what + ": " + not_written));
+    }
+    file.commit();
 }
 
 std::string session::system_type()

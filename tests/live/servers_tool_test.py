@@ -307,8 +307,8 @@ class Kinds(unittest.TestCase):
                  "-o", "NumberOfPasswordPrompts=1", "-o", "StrictHostKeyChecking=yes",
                  "-o", f"UserKnownHostsFile={values[known_hosts]}",
                  *options, "-P", values["port"], f"{values['user']}@{values['host']}"],
-                input="put content stored\n", text=True, cwd=folder, env=environment, capture_output=True,
-                timeout=LIMIT)
+                input="put content stored\n", text=True, cwd=folder, env=environment,
+                capture_output=True, timeout=LIMIT)
 
     def expect_stored(self, values, done):
         self.assertEqual(done.returncode, 0, done.stderr)

@@ -334,10 +334,27 @@ TEST_P(SessionOperationsTest, a_local_file_that_fails_is_the_librarys_own_error)
     };
     EXPECT_EQ(kind_raised_by([&] { session_.upload(local_ / "missing", "x"); }),
               failure_kind::local_file);
-    make_remote_file("file", "x");
-    EXPECT_EQ(kind_raised_by([&] { session_.download("file", local_ / "missing" / "x"); }),
-              failure_kind::local_file);
     EXPECT_FALSE(fs::exists(remote("x")));
+}
+
+TEST_P(SessionOperationsTest, a_file_that_cannot_be_made_is_told_before_the_server_is_asked)
+{
+    for (const auto& target : {local_ / "missing" / "x", local_.path()})
+        try {
+            session_.download("not there either", target);
+            FAIL() << "was written";
+        } catch (const ftp::failure& failure) {
+            EXPECT_EQ(failure.kind(), failure_kind::local_file);
+            EXPECT_THAT(failure.what(), HasSubstr(target.string()));
+        }
+}
+
+TEST_P(SessionOperationsTest, a_download_that_fails_leaves_the_old_file)
+{
+    write_bytes(local_ / "x", "old");
+    EXPECT_TRUE(failure_of([&] { session_.download("missing", local_ / "x"); }));
+    EXPECT_EQ(read_bytes(local_ / "x"), "old");
+    EXPECT_EQ(std::distance(fs::directory_iterator(local_.path()), {}), 1);
 }
 
 TEST_P(SessionOperationsTest, a_failure_holds_what_the_library_raised)
@@ -379,7 +396,7 @@ TEST_P(SessionOperationsTest, control_characters_are_refused_and_nothing_is_done
     EXPECT_FALSE(fs::exists(local_ / "y"));
 }
 
-TEST_P(SessionOperationsTest, names_that_are_not_utf8_are_refused)
+TEST_P(SessionOperationsTest, names_that_are_not_utf8_are_refused_but_for_the_file_to_write)
 {
     const auto bad = std::string("caf\xE9");
     const auto file = write_bytes(local_ / "x", "x");
@@ -388,8 +405,8 @@ TEST_P(SessionOperationsTest, names_that_are_not_utf8_are_refused)
     EXPECT_THROW(session_.remove_file(bad), ftp::invalid_input);
     EXPECT_EQ(failure_of([&] { session_.upload(local_ / bad, "x"); }), failure_kind::local_file);
     make_remote_file("file", "x");
-    EXPECT_EQ(failure_of([&] { session_.download("file", local_ / bad); }),
-              failure_kind::local_file);
+    session_.download("file", local_ / bad);
+    EXPECT_EQ(read_bytes(local_ / bad), "x");
     try {
         session_.upload(file, bad);
     } catch (const ftp::invalid_input& error) {

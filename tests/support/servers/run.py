@@ -64,7 +64,7 @@ class Run:
 
     def make_user(self, home):
         """A user of the system with this home folder."""
-        name = f"{self.name}{chr(ord('a') + self.users)}"
+        name = f"{self.name}u{self.users}"
         self.users += 1
         password = secrets.token_urlsafe(12)
         digest = run_program("openssl", "passwd", "-6", "-stdin", text=password).strip()

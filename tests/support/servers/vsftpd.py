@@ -57,7 +57,8 @@ class Vsftpd(FtpServer):
 
     def command(self):
         configuration = self.folder / "vsftpd.conf"
-        configuration.write_text("".join(f"{key}={value}\n" for key, value in self.settings().items()))
+        configuration.write_text(
+            "".join(f"{key}={value}\n" for key, value in self.settings().items()))
         return [self.program, configuration]
 
 

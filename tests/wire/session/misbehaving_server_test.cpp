@@ -113,6 +113,29 @@ TEST_F(MisbehavingServerTest, silence_ends)
     EXPECT_TRUE(session.exists("file"));
 }
 
+TEST_F(MisbehavingServerTest, a_server_that_does_not_take_leave_is_left)
+{
+    server_.stay_silent_on("QUIT");
+    const auto begin = std::chrono::steady_clock::now();
+    connect();
+    EXPECT_EQ(count_of("QUIT"), 1);
+    server_.reply_to("PWD", 500, "what?");
+    EXPECT_THAT(failure_of_kind(failure_kind::connection, [&] { connect(); }),
+                HasSubstr("does not tell the login folder"));
+    // libcurl's own patience is two minutes.
+    EXPECT_LT(std::chrono::steady_clock::now() - begin, 60s);
+}
+
+TEST_F(MisbehavingServerTest, leave_is_taken_of_no_server_that_has_gone)
+{
+    {
+        const auto session = connect();
+        server_.drop_connections();
+        server_.take_received();
+    }
+    EXPECT_THAT(server_.received(), IsEmpty());
+}
+
 TEST_F(MisbehavingServerTest, a_transfer_in_which_nothing_moves_ends)
 {
     options_.reply_timeout = 1s;

@@ -37,6 +37,7 @@ enum class failure_kind {
 /// raised first, its identifier exception is nested inside (`std::rethrow_if_nested`).
 class TARNIX_SESSION_EXPORT failure : public std::runtime_error {
 public:
+    /// Control characters in `text`, which may be a server's, become question marks.
     failure(failure_kind kind, const std::string& text);
 
     failure_kind kind() const noexcept { return kind_; }

@@ -17,8 +17,9 @@ enum class transfer_mode {
     text ///< line ends are converted; FTP only
 };
 
-/// A connection to a server, logged in. Owns it; closing is destruction, which says goodbye: an FTP
-/// server that does not answer that can hold it up for two minutes.
+/// A connection to a server, logged in. Owns it; closing is destruction, which says goodbye: a
+/// server that does not answer that holds it up for five seconds, or less with a shorter
+/// `reply_timeout`.
 ///
 /// Paths on the server are UTF-8, absolute or relative to the working folder; "." and ".." are
 /// resolved as in a URL, without the server. Over SFTP "~" and "~/..." mean the login folder.
@@ -81,8 +82,10 @@ public:
     void upload(const std::filesystem::path& local, const std::string& remote,
                 transfer_mode mode = transfer_mode::binary);
 
-    /// Writes the remote file into `local`, which is created or emptied first, and which stays as
-    /// it is when the download fails: download to a temporary name and rename.
+    /// Writes the remote file into `local`. What was there is replaced when the download is
+    /// complete, and stays when it fails: until then the bytes go into a hidden file beside it. A
+    /// new file in place of the old one, of which it takes the permissions; a link stays a link.
+    /// Raises a local_file failure when `local` is there and is no regular file.
     void download(const std::string& remote, const std::filesystem::path& local,
                   transfer_mode mode = transfer_mode::binary);
 

@@ -1,0 +1,38 @@
+#include "farewell.hpp"
+
+namespace tarnix::ftp {
+
+namespace core = tarnix::io::ftp::core;
+
+namespace {
+
+std::size_t discard(char*, std::size_t size, std::size_t count, void*) noexcept
+{
+    return size * count;
+}
+
+curl_socket_t refuse(void*, curlsocktype, curl_sockaddr*) noexcept
+{
+    return CURL_SOCKET_BAD;
+}
+
+} // namespace
+
+/// A request to the folder that the session is in sends nothing but its own QUIT, which, unlike
+/// that of a handle that is closed, keeps to the handle's bounds.
+farewell::~farewell()
+{
+    try {
+        core::set_option(handle_, CURLOPT_OPENSOCKETFUNCTION,
+                         reinterpret_cast<void (*)()>(&refuse));
+        core::set_option(handle_, CURLOPT_WRITEFUNCTION, reinterpret_cast<void (*)()>(&discard));
+        core::set_option(handle_, CURLOPT_FORBID_REUSE, 1LL);
+        core::set_option(handle_, CURLOPT_NOBODY, 1LL);
+        core::set_option(handle_, CURLOPT_SERVER_RESPONSE_TIMEOUT, patience_.count());
+        handle_.perform();
+    } catch (...) { // NOLINT(bugprone-empty-catch)
+        // Without a farewell, then.
+    }
+}
+
+} // namespace tarnix::ftp

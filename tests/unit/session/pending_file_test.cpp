@@ -1,0 +1,185 @@
+#include "pending_file.hpp"
+
+#include <support/temporary_folder.hpp>
+#include <tarnix/ftp/errors.hpp>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <string>
+#include <vector>
+
+namespace tarnix::ftp {
+namespace {
+
+namespace fs = std::filesystem;
+using test::read_bytes;
+using test::write_bytes;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+
+class PendingFileTest : public testing::Test {
+protected:
+    std::vector<std::string> names() const
+    {
+        std::vector<std::string> found;
+        for (const auto& entry : fs::directory_iterator(folder_.path()))
+            found.push_back(entry.path().filename().string());
+        return found;
+    }
+
+    test::temporary_folder folder_;
+};
+
+TEST_F(PendingFileTest, is_gone_without_a_commit)
+{
+    {
+        pending_file file(folder_ / "a");
+        write_bytes(file.path(), "half");
+        EXPECT_FALSE(fs::exists(folder_ / "a"));
+        EXPECT_EQ(file.path().parent_path(), folder_.path());
+    }
+    EXPECT_THAT(names(), IsEmpty());
+}
+
+TEST_F(PendingFileTest, has_the_final_name_after_the_commit)
+{
+    {
+        pending_file file(folder_ / "a");
+        write_bytes(file.path(), "whole");
+        file.commit();
+    }
+    EXPECT_THAT(names(), ElementsAre("a"));
+    EXPECT_EQ(read_bytes(folder_ / "a"), "whole");
+}
+
+TEST_F(PendingFileTest, leaves_the_old_file_until_the_commit)
+{
+    write_bytes(folder_ / "a", "old");
+    {
+        pending_file file(folder_ / "a");
+        write_bytes(file.path(), "new");
+        EXPECT_EQ(read_bytes(folder_ / "a"), "old");
+    }
+    EXPECT_EQ(read_bytes(folder_ / "a"), "old");
+    pending_file file(folder_ / "a");
+    write_bytes(file.path(), "new");
+    file.commit();
+    EXPECT_EQ(read_bytes(folder_ / "a"), "new");
+    EXPECT_THAT(names(), ElementsAre("a"));
+}
+
+TEST_F(PendingFileTest, gets_the_permissions_of_the_old_file)
+{
+    write_bytes(folder_ / "a", "old");
+    fs::permissions(folder_ / "a", fs::perms::owner_read | fs::perms::owner_write);
+    pending_file file(folder_ / "a");
+    file.commit();
+    EXPECT_EQ(fs::status(folder_ / "a").permissions(),
+              fs::perms::owner_read | fs::perms::owner_write);
+}
+
+TEST_F(PendingFileTest, never_runs_as_another_user)
+{
+    write_bytes(folder_ / "a", "old");
+    fs::permissions(folder_ / "a", fs::perms::owner_all | fs::perms::set_uid | fs::perms::set_gid |
+                                       fs::perms::sticky_bit);
+    pending_file file(folder_ / "a");
+    file.commit();
+    EXPECT_EQ(fs::status(folder_ / "a").permissions(), fs::perms::owner_all);
+}
+
+TEST_F(PendingFileTest, gets_the_permissions_of_any_new_file)
+{
+    write_bytes(folder_ / "other", "");
+    pending_file file(folder_ / "a");
+    file.commit();
+    EXPECT_EQ(fs::status(folder_ / "a").permissions(), fs::status(folder_ / "other").permissions());
+}
+
+TEST_F(PendingFileTest, follows_a_link)
+{
+    write_bytes(folder_ / "real", "old");
+    fs::create_symlink("real", folder_ / "link");
+    pending_file file(folder_ / "link");
+    write_bytes(file.path(), "new");
+    file.commit();
+    EXPECT_TRUE(fs::is_symlink(folder_ / "link"));
+    EXPECT_EQ(read_bytes(folder_ / "real"), "new");
+}
+
+TEST_F(PendingFileTest, follows_links_to_what_is_not_there_yet)
+{
+    fs::create_directory(folder_ / "folder");
+    fs::create_symlink("folder/link", folder_ / "link");
+    fs::create_symlink("real", folder_ / "folder" / "link");
+    pending_file file(folder_ / "link");
+    write_bytes(file.path(), "new");
+    file.commit();
+    EXPECT_TRUE(fs::is_symlink(folder_ / "link"));
+    EXPECT_TRUE(fs::is_symlink(folder_ / "folder" / "link"));
+    EXPECT_EQ(read_bytes(folder_ / "folder" / "real"), "new");
+}
+
+TEST_F(PendingFileTest, refuses_links_that_lead_nowhere)
+{
+    fs::create_symlink("b", folder_ / "a");
+    fs::create_symlink("a", folder_ / "b");
+    EXPECT_THROW(pending_file(folder_ / "a"), failure);
+    fs::create_symlink("missing/file", folder_ / "c");
+    EXPECT_THROW(pending_file(folder_ / "c"), failure);
+}
+
+TEST_F(PendingFileTest, refuses_what_is_no_regular_file)
+{
+    fs::create_directory(folder_ / "folder");
+    EXPECT_THROW(pending_file(folder_ / "folder"), failure);
+    EXPECT_THROW(pending_file("/dev/null"), failure);
+    EXPECT_THAT(names(), ElementsAre("folder"));
+}
+
+TEST_F(PendingFileTest, refuses_a_folder_that_is_not_there)
+{
+    try {
+        pending_file file(folder_ / "missing" / "a");
+        FAIL() << "was made";
+    } catch (const failure& error) {
+        EXPECT_THAT(error.what(), HasSubstr("missing"));
+        EXPECT_THAT(error.what(), HasSubstr("No such file"));
+    }
+}
+
+TEST_F(PendingFileTest, commit_tells_when_the_name_cannot_be_given)
+{
+    pending_file file(folder_ / "a");
+    fs::create_directory(folder_ / "a");
+    EXPECT_THROW(file.commit(), failure);
+}
+
+TEST(ModeInPlaceOfTest, is_the_old_one_without_what_lends_rights)
+{
+    struct stat old {};
+    old.st_uid = 1;
+    old.st_gid = 2;
+    old.st_mode = S_IFREG | 07654;
+    EXPECT_EQ(mode_in_place_of(old, old), 0654U);
+}
+
+TEST(ModeInPlaceOfTest, gives_another_group_no_more_than_everybody)
+{
+    struct stat old {};
+    old.st_mode = S_IFREG | 06664;
+    auto made = old;
+    made.st_gid = 1;
+    EXPECT_EQ(mode_in_place_of(old, made), 0644U);
+    made = old;
+    made.st_uid = 1;
+    EXPECT_EQ(mode_in_place_of(old, made), 0644U);
+    old.st_mode = S_IFREG | 0070;
+    EXPECT_EQ(mode_in_place_of(old, made), 0600U);
+}
+
+} // namespace
+} // namespace tarnix::ftp
