@@ -103,7 +103,9 @@ explanation explain_file_removal(remote_view& view, const std::string& path, con
 
 explanation explain_rename(remote_view& view, const std::string& to, const replies& server)
 {
-    if (const auto plain = plain_reason(view, server))
+    // pure-ftpd's answer to every rename that fails, whatever the reason.
+    const auto tells_nothing = server.refusal() && server.refusal()->starts_with("451");
+    if (const auto plain = plain_reason(view, server); plain && !tells_nothing)
         return *plain;
     const auto parent = parent_folder(to);
     if (!view.has_folder(parent))

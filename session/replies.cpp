@@ -55,8 +55,9 @@ void recording::observe(io::ftp::core::scoped_request& scope)
 std::size_t recording::collect(char* data, std::size_t size, std::size_t count, void* self) noexcept
 {
     auto& record = *static_cast<recording*>(self);
-    // libcurl empties the error text at the start of each request, and at no other time.
-    if (record.error_.front() == '\0') {
+    // libcurl empties the error text at the start of each request, and at no other time. In active
+    // mode it may have put a remark there before the first reply.
+    if (record.requests_ == 0 || record.error_.front() == '\0') {
         record.error_.front() = '?';
         ++record.requests_;
     }

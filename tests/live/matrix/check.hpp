@@ -1,13 +1,16 @@
 #pragma once
 
+#include "counts.hpp"
 #include "differences.hpp"
 #include "flavours.hpp"
 
 #include <gtest/gtest.h>
 
 #include <cctype>
+#include <memory>
 #include <ostream>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace tarnix::test {
@@ -62,5 +65,34 @@ std::string name_of_check(const testing::TestParamInfo<check_on<Client>>& info)
 {
     return info.param.name();
 }
+
+/// Runs checks one after another in one session, as long as all is as expected: so what one leaves
+/// behind in a session shows in the next, and servers that are slow to greet are not waited for.
+template <typename Client>
+class matrix_test : public testing::TestWithParam<check_on<Client>> {
+public:
+    static void TearDownTestSuite() { client_.reset(); }
+
+protected:
+    void compare(std::string_view layer)
+    {
+        const auto& [server, what] = this->GetParam();
+        auto client = std::exchange(client_, nullptr);
+        if (client && &client->place() != server)
+            client.reset();
+        if (!client)
+            client = std::make_unique<Client>(*server);
+        std::string details;
+        const auto outcome = client->outcome(what->run, details);
+        const auto expected = expected_outcome(*server, layer, what->name, what->usual_outcome);
+        EXPECT_EQ(outcome, expected) << details;
+        if (outcome == expected)
+            client_ = std::move(client);
+        count("checks of " + std::string(layer) + " operations on " + server->description());
+    }
+
+private:
+    inline static std::unique_ptr<Client> client_;
+};
 
 } // namespace tarnix::test

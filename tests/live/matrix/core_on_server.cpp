@@ -6,16 +6,6 @@
 
 namespace tarnix::test {
 
-namespace {
-
-const live_server& emptied(const live_server& server)
-{
-    reset(server);
-    return server;
-}
-
-} // namespace
-
 proxy_setting::proxy_setting(const flavour& where)
 {
     if (where.proxy.empty())
@@ -32,71 +22,76 @@ proxy_setting::~proxy_setting()
     ::unsetenv("http_proxy");
 }
 
+ftp_login ftp_login_to(const flavour& where)
+{
+    const auto& server = running_server(where.server);
+    ftp_login login(server);
+    login.connection_mode = where.connection_mode;
+    login.tls_mode = where.tls_mode;
+    login.use_proxy = !where.proxy.empty();
+    if (where.offers_tls())
+        login.ca_file = server["ca_file"];
+    return login;
+}
+
+sftp_login sftp_login_to(const flavour& where)
+{
+    const auto& server = running_server(where.server);
+    sftp_login login(server);
+    login.use_proxy = !where.proxy.empty();
+    login.starting_folder = server.root();
+    if (where.key.empty())
+        return login;
+    const auto key = key_names(where);
+    login.private_key_file = server[key.private_key];
+    if (where.with_public_key_file)
+        login.public_key_file = server[key.public_key];
+    if (where.key_is_encrypted)
+        login.passphrase = server["passphrase"];
+    return login;
+}
+
+std::string log_in(core::curl_ptr& handle, const flavour& where)
+{
+    if (where.is_sftp())
+        return where.key.empty() ? connect_with_password(handle, sftp_login_to(where))
+                                 : connect_with_keys(handle, sftp_login_to(where));
+    // With TLS 1.3 libcurl 7.88 may close an upload before the server has sent its session tickets;
+    // the server's system then drops what was not read yet.
+    if (where.uses_tls())
+        core::set_option(handle, CURLOPT_SSLVERSION, CURL_SSLVERSION_MAX_TLSv1_2);
+    // Spares the 200 ms for which libcurl 7.88 lets the bytes of TLS data connections lie.
+    core::set_option(handle, CURLOPT_HAPPY_EYEBALLS_TIMEOUT_MS, 1);
+    return connect(handle, ftp_login_to(where));
+}
+
 core_on_server::core_on_server(const flavour& where)
     : where_(where),
-      server_(emptied(running_server(where.server))),
+      server_(running_server(where.server)),
       proxy_(where),
-      start_folder_(log_in(session())),
-      scene_(server_.root())
+      start_folder_(log_in(session_, where)),
+      start_url_(core::current_remote_url(session_))
 {
-    start_url_ = core::current_remote_url(session());
 }
 
-ftp_login core_on_server::ftp_arguments() const
+std::string core_on_server::outcome(std::string (*operation)(core_on_server&), std::string& details)
 {
-    ftp_login login(server_);
-    login.connection_mode = where_.connection_mode;
-    login.tls_mode = where_.tls_mode;
-    login.use_proxy = !where_.proxy.empty();
-    if (where_.offers_tls())
-        login.ca_file = server_["ca_file"];
-    return login;
-}
-
-sftp_login core_on_server::sftp_arguments() const
-{
-    sftp_login login(server_);
-    login.use_proxy = !where_.proxy.empty();
-    login.starting_folder = root();
-    if (where_.key.empty())
-        return login;
-    const auto key = key_names(where_);
-    login.private_key_file = server_[key.private_key];
-    if (where_.with_public_key_file)
-        login.public_key_file = server_[key.public_key];
-    if (where_.key_is_encrypted)
-        login.passphrase = server_["passphrase"];
-    return login;
-}
-
-std::string core_on_server::log_in(core::curl_ptr& handle) const
-{
-    if (!where_.is_sftp()) {
-        // With TLS 1.3 libcurl 7.88 may close an upload before the server has sent its session
-        // tickets; the server's system then drops what was not read yet.
-        if (where_.uses_tls())
-            core::set_option(handle, CURLOPT_SSLVERSION, CURL_SSLVERSION_MAX_TLSv1_2);
-        // Spares the 200 ms for which libcurl 7.88 lets the bytes of TLS data connections lie.
-        core::set_option(handle, CURLOPT_HAPPY_EYEBALLS_TIMEOUT_MS, 1);
-        return connect(handle, ftp_arguments());
-    }
-    return where_.key.empty() ? connect_with_password(handle, sftp_arguments())
-                              : connect_with_keys(handle, sftp_arguments());
-}
-
-std::string core_on_server::outcome(std::string (*operation)(core_on_server&))
-{
-    std::string no_details;
-    auto text = outcome_of([&] { return operation(*this); }, no_details);
-    if (const auto changes = scene_.changes(); !changes.empty())
+    reset(server_);
+    const scene before(root());
+    // Again each time: is_file takes the bound away.
+    constexpr long request_limit_in_milliseconds = 60'000;
+    core::transfer_timeout(session_, request_limit_in_milliseconds);
+    auto text = outcome_of([&] { return operation(*this); }, details);
+    if (const auto changes = before.changes(); !changes.empty())
         text += "; " + changes;
-    if (const auto url = core::current_remote_url(session()); url != start_url_)
+    if (const auto url = core::current_remote_url(session_); url != start_url_)
         text += "; then at " + url;
-    if (const auto folder = core::pwd(session()); folder != start_folder_)
+    if (const auto folder = core::pwd(session_); folder != start_folder_)
         text += "; then in " + folder;
+    core::unsafe_cd(session_, start_url_);
+    text = replaced(text, start_url_, "URL/");
     text = replaced(text, root(), "ROOT");
-    text = replaced(text, "//" + server_.host(), "//HOST");
-    return replaced(text, local().path(), "LOCAL");
+    return replaced(text, local_.path(), "LOCAL");
 }
 
 } // namespace tarnix::test

@@ -19,36 +19,39 @@ public:
     proxy_setting& operator=(const proxy_setting&) = delete;
 };
 
-/// A session of the library that is connected to an emptied server with the scene on it.
-class core_on_server : public core_session {
+/// A session of the library that is connected to a server, in the login folder.
+class core_on_server {
 public:
     explicit core_on_server(const flavour& where);
 
-    using core_session::local;
-    using core_session::session;
-    using core_session::warnings;
-
+    core::curl_ptr& session() { return session_; }
+    const temporary_folder& local() const { return local_; }
+    const flavour& place() const { return where_; }
     std::filesystem::path root() const { return server_.root(); }
     /// The URL of a path below the login folder, encoded already.
     std::string url(const std::string& path) const { return start_url_ + path; }
     const std::string& start_url() const { return start_url_; }
-    const live_server& server() const { return server_; }
 
-    ftp_login ftp_arguments() const;
-    sftp_login sftp_arguments() const;
-    /// What the flavour asks of an unconnected session.
-    std::string log_in(core::curl_ptr& handle) const;
-
-    /// What came of an operation, the changes on the server and to the session included.
-    std::string outcome(std::string (*operation)(core_on_server&));
+    /// What came of an operation on the scene, with the changes on the server and to the session.
+    /// Afterwards the session is in the login folder again.
+    std::string outcome(std::string (*operation)(core_on_server&), std::string& details);
 
 private:
     const flavour& where_;
     const live_server& server_;
-    proxy_setting proxy_;
-    std::string start_url_;
+    const proxy_setting proxy_;
+    const host::standalone host_;
+    const temporary_folder local_;
+    core::curl_ptr session_;
     std::string start_folder_;
-    scene scene_;
+    std::string start_url_;
 };
+
+/// The arguments of the library's connect operations that go with a flavour.
+ftp_login ftp_login_to(const flavour& where);
+sftp_login sftp_login_to(const flavour& where);
+
+/// Logs in as the flavour says; the working folder.
+std::string log_in(core::curl_ptr& handle, const flavour& where);
 
 } // namespace tarnix::test

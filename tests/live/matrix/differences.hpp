@@ -10,9 +10,10 @@ namespace tarnix::test {
 
 /// What comes of a check where it is not what usually comes of it.
 struct difference {
-    /// "SFTP" for all its servers, a software, or one flavour by its full name; the narrowest counts.
+    /// "SFTP" for all its servers, a software, or one flavour by its full name; the narrowest
+    /// counts.
     std::string_view who;
-    /// "core FTP", "core SFTP" or "session".
+    /// "library" or "session".
     std::string_view layer;
     std::string_view check;
     std::string_view outcome;

@@ -1,24 +1,15 @@
 #include "session_on_flavour.hpp"
 
 #include "outcome.hpp"
+#include "scene.hpp"
 
 namespace tarnix::test {
-
-namespace {
-
-std::filesystem::path emptied_root(const live_server& server)
-{
-    reset(server);
-    return server.root();
-}
-
-} // namespace
 
 ftp::url url_of(const flavour& where)
 {
     const auto& server = running_server(where.server);
     ftp::url result;
-    result.scheme = where.is_sftp()             ? ftp::protocol::sftp
+    result.scheme = where.is_sftp()              ? ftp::protocol::sftp
                     : where.tls_mode == "strict" ? ftp::protocol::ftpes
                                                  : ftp::protocol::ftp;
     result.host = server.host();
@@ -54,22 +45,25 @@ ftp::session_options login_to(const flavour& where)
 
 session_on_flavour::session_on_flavour(const flavour& where)
     : where_(where),
-      root_(emptied_root(running_server(where.server))),
+      server_(running_server(where.server)),
       proxy_(where),
-      session_(url_of(where), login_to(where)),
-      scene_(root_)
+      session_(url_of(where), login_to(where))
 {
 }
 
 std::string session_on_flavour::outcome(std::string (*operation)(session_on_flavour&),
                                         std::string& details)
 {
+    reset(server_);
+    const scene before(root());
     auto text = outcome_of([&] { return operation(*this); }, details);
-    if (const auto changes = scene_.changes(); !changes.empty())
+    if (const auto changes = before.changes(); !changes.empty())
         text += "; " + changes;
-    if (session_.working_folder() != root_)
+    if (session_.working_folder() != root()) {
         text += "; then in " + session_.working_folder();
-    text = replaced(text, root_, "ROOT");
+        session_.change_folder(root());
+    }
+    text = replaced(text, root(), "ROOT");
     return replaced(text, local_.path(), "LOCAL");
 }
 

@@ -1,5 +1,4 @@
 #include "check.hpp"
-#include "counts.hpp"
 #include "outcome.hpp"
 #include "session_on_flavour.hpp"
 
@@ -106,8 +105,7 @@ const std::vector<check<client>> checks{
      "no", everywhere},
     {"exists in a missing folder",
      [](client& c) { return said(c.session().exists("missing/inner")); }, "no"},
-    {"exists under a file", [](client& c) { return said(c.session().exists("file/inner")); },
-     "no"},
+    {"exists under a file", [](client& c) { return said(c.session().exists("file/inner")); }, "no"},
 
     {"is_file of a file", [](client& c) { return said(c.session().is_file("file")); }, "yes",
      everywhere},
@@ -145,8 +143,9 @@ const std::vector<check<client>> checks{
 
     {"remove_folder", [](client& c) { return c.session().remove_folder("bare"), done; },
      "done; -bare", everywhere},
-    {"remove_folder of a full one", [](client& c) { return c.session().remove_folder("full"), done; },
-     "fails: conflict", everywhere},
+    {"remove_folder of a full one",
+     [](client& c) { return c.session().remove_folder("full"), done; }, "fails: conflict",
+     everywhere},
     {"remove_folder of a missing one",
      [](client& c) { return c.session().remove_folder("missing"), done; }, "fails: not found"},
     {"remove_folder of a file", [](client& c) { return c.session().remove_folder("file"), done; },
@@ -183,17 +182,16 @@ const std::vector<check<client>> checks{
      everywhere},
     {"rename onto a folder", [](client& c) { return c.session().rename("file", "bare"), done; },
      "fails: conflict"},
-    {"rename of a missing one", [](client& c) { return c.session().rename("missing", "new"), done; },
-     "fails: not found", everywhere},
+    {"rename of a missing one",
+     [](client& c) { return c.session().rename("missing", "new"), done; }, "fails: not found",
+     everywhere},
     {"rename into a missing folder",
-     [](client& c) { return c.session().rename("file", "missing/new"), done; },
-     "fails: not found"},
+     [](client& c) { return c.session().rename("file", "missing/new"), done; }, "fails: not found"},
     {"rename into a locked folder",
-     [](client& c) { return c.session().rename("file", "locked/new"), done; },
-     "fails: permission"},
+     [](client& c) { return c.session().rename("file", "locked/new"), done; }, "fails: permission"},
 
-    {"upload", [](client& c) { return upload(c, "sent\r\n", "new"); },
-     "done; +new=\"sent\\r\\n\"", everywhere},
+    {"upload", [](client& c) { return upload(c, "sent\r\n", "new"); }, "done; +new=\"sent\\r\\n\"",
+     everywhere},
     {"upload of an empty file", [](client& c) { return upload(c, "", "new"); }, "done; +new=\"\"",
      everywhere},
     {"upload of one byte", [](client& c) { return upload(c, "1", "new"); }, "done; +new=\"1\"",
@@ -234,12 +232,11 @@ const std::vector<check<client>> checks{
     {"download of a folder", [](client& c) { return downloaded(c, "full"); }, "fails: conflict"},
     {"download of a secret file", [](client& c) { return downloaded(c, "secret"); },
      "fails: permission"},
-    {"download as text",
-     [](client& c) { return downloaded(c, "lines", ftp::transfer_mode::text); },
+    {"download as text", [](client& c) { return downloaded(c, "lines", ftp::transfer_mode::text); },
      "\"one\\ntwo\\n\""},
 
-    {"system_type", [](client& c) { return said(c.session().system_type()); },
-     "\"UNIX Type: L8\"", everywhere},
+    {"system_type", [](client& c) { return said(c.session().system_type()); }, "\"UNIX Type: L8\"",
+     everywhere},
 
     {"work after failures",
      [](client& c) {
@@ -247,7 +244,8 @@ const std::vector<check<client>> checks{
          for (auto i = 0; i < 2; ++i)
              for (const auto* name : {"missing", "locked/new", "file"}) {
                  std::string ignored;
-                 results += outcome_of([&] { return c.session().make_folder(name), done; }, ignored);
+                 results +=
+                     outcome_of([&] { return c.session().make_folder(name), done; }, ignored);
                  results += ", " + said(c.session().names("full")) + ", ";
              }
          return results + downloaded(c, "file");
@@ -256,20 +254,11 @@ const std::vector<check<client>> checks{
      "[inner], fails: permission, [inner], fails: conflict, [inner], \"content\"; +missing/"},
 };
 
-class SessionMatrix : public session_on_flavour,
-                      public testing::WithParamInterface<check_on<session_on_flavour>> {
-protected:
-    SessionMatrix() : session_on_flavour(*GetParam().server) {}
-};
+using SessionMatrix = matrix_test<session_on_flavour>;
 
 TEST_P(SessionMatrix, comes_to)
 {
-    const auto& [server, what] = GetParam();
-    std::string details;
-    EXPECT_EQ(outcome(what->run, details),
-              expected_outcome(*server, "session", what->name, what->usual_outcome))
-        << details;
-    count("checks of the session layer on " + server->description());
+    compare("session");
 }
 
 INSTANTIATE_TEST_SUITE_P(Servers, SessionMatrix,
