@@ -77,6 +77,9 @@ bool remote_view::has_folder(const std::string& path)
     // Only of a folder does an SFTP server say that it must not be listed.
     if (given.code == CURLE_REMOTE_ACCESS_DENIED && has(path))
         return true;
+    // Of a file OpenSSH says that it is missing, proftpd just that listing it failed.
+    if (is_sftp_ && given.code == CURLE_SSH && has(path))
+        return false;
     raise(looking_at(path), given);
 }
 
@@ -181,6 +184,8 @@ std::vector<std::string> remote_view::names(const std::string& path, const std::
 void remote_view::raise_for_folder(const std::string& path, const std::string& what,
                                    const answer& given)
 {
+    if (is_sftp_ && given.code == CURLE_SSH && has(path))
+        raise(what, failure_kind::not_found, "it is not a folder");
     if (is_sftp_)
         raise(what, given);
     if (given.code != CURLE_REMOTE_ACCESS_DENIED)
