@@ -62,7 +62,16 @@ std::string remote_view::folder_url(const std::string& path)
 
 answer remote_view::ask(const std::string& url, question what)
 {
-    return tarnix::ftp::ask(link_.handle(), link_.watching(), url, what);
+    auto given = tarnix::ftp::ask(link_.handle(), link_.watching(), url, what);
+    // A server that refuses a transfer may close its TLS data connection at once. libcurl then asks
+    // for another data connection and takes the refusal for the answer, and from there on each
+    // reply for the answer to the next command.
+    if (given.code == CURLE_FTP_WEIRD_PASV_REPLY) {
+        leave_connection(link_.handle());
+        if (given.server.refusal())
+            given.code = CURLE_FTP_COULDNT_RETR_FILE;
+    }
+    return given;
 }
 
 bool remote_view::has_folder(const std::string& path)
