@@ -62,7 +62,16 @@ std::string remote_view::folder_url(const std::string& path)
 
 answer remote_view::ask(const std::string& url, question what)
 {
-    return tarnix::ftp::ask(link_.handle(), link_.watching(), url, what);
+    auto given = tarnix::ftp::ask(link_.handle(), link_.watching(), url, what);
+    // A server that refuses a transfer may close its TLS data connection at once. libcurl then asks
+    // for another data connection and takes the refusal for the answer, and from there on each
+    // reply for the answer to the next command.
+    if (given.code == CURLE_FTP_WEIRD_PASV_REPLY) {
+        leave_connection(link_.handle());
+        if (given.server.refusal())
+            given.code = CURLE_FTP_COULDNT_RETR_FILE;
+    }
+    return given;
 }
 
 bool remote_view::has_folder(const std::string& path)
@@ -77,6 +86,9 @@ bool remote_view::has_folder(const std::string& path)
     // Only of a folder does an SFTP server say that it must not be listed.
     if (given.code == CURLE_REMOTE_ACCESS_DENIED && has(path))
         return true;
+    // Of a file OpenSSH says that it is missing, proftpd just that listing it failed.
+    if (is_sftp_ && given.code == CURLE_SSH && has(path))
+        return false;
     raise(looking_at(path), given);
 }
 
@@ -181,6 +193,8 @@ std::vector<std::string> remote_view::names(const std::string& path, const std::
 void remote_view::raise_for_folder(const std::string& path, const std::string& what,
                                    const answer& given)
 {
+    if (is_sftp_ && given.code == CURLE_SSH && has(path))
+        raise(what, failure_kind::not_found, "it is not a folder");
     if (is_sftp_)
         raise(what, given);
     if (given.code != CURLE_REMOTE_ACCESS_DENIED)

@@ -87,6 +87,14 @@ answer ask(core::curl_ptr& handle, watch& watching, const std::string& url, ques
     return result;
 }
 
+void leave_connection(core::curl_ptr& handle)
+{
+    core::scoped_request(handle)
+        .setopt(CURLOPT_FORBID_REUSE, 1, 0)
+        .setopt(CURLOPT_NOBODY, 1, 0)
+        .perform();
+}
+
 std::optional<std::string> decisive_refusal(CURLcode code, const replies& server)
 {
     const auto& refusal = server.refusal();

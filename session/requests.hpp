@@ -38,6 +38,9 @@ constexpr std::size_t usual_largest_body = 256 * 1024 * 1024;
 answer ask(io::ftp::core::curl_ptr& handle, watch& watching, const std::string& url, question what,
            std::size_t largest_body = usual_largest_body);
 
+/// Closes the connection; the next request logs in anew. Nothing is asked of the server.
+void leave_connection(io::ftp::core::curl_ptr& handle);
+
 /// The server's words for a failed request; none when it said nothing, or when the connection was
 /// lost after it had.
 std::optional<std::string> decisive_refusal(CURLcode code, const replies& server);

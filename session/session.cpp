@@ -2,6 +2,7 @@
 #include "explanations.hpp"
 #include "paths.hpp"
 #include "pending_file.hpp"
+#include "requests.hpp"
 #include "settings.hpp"
 #include "text_checks.hpp"
 
@@ -36,7 +37,8 @@ struct session::state {
     explicit state(const settings& wanted)
         : link(wanted),
           view(link, wanted.server_url(), wanted.is_sftp()),
-          folder(usable_folder(link.login_folder()))
+          folder(usable_folder(link.login_folder())),
+          is_secured_by_tls(!wanted.is_sftp() && wanted.tls != "none")
     {
     }
 
@@ -51,6 +53,7 @@ struct session::state {
     connection link;
     remote_view view;
     std::string folder;
+    bool is_secured_by_tls;
 };
 
 namespace {
@@ -160,6 +163,9 @@ replies session::state::run(const std::string& what, Operation operation, Explai
         if (link.watching().has_stalled())
             std::throw_with_nested(
                 failure(failure_kind::connection, what + ": the server does not answer any more"));
+        // The replies may be out of step, as `remote_view::ask` says.
+        if (is_secured_by_tls)
+            leave_connection(link.handle());
         const auto found = explain(server.heard());
         std::throw_with_nested(failure(found.kind, what + ": " + found.reason));
     }

@@ -86,7 +86,11 @@ std::string core_on_server::outcome(std::string (*operation)(core_on_server&), s
         text += "; " + changes;
     if (const auto url = core::current_remote_url(session_); url != start_url_)
         text += "; then at " + url;
-    if (const auto folder = core::pwd(session_); folder != start_folder_)
+    std::string ignored;
+    const auto folder = outcome_of([&] { return core::pwd(session_); }, ignored);
+    if (folder.starts_with("raises InternalError"))
+        text += "; then out of step";
+    else if (folder != start_folder_)
         text += "; then in " + folder;
     core::unsafe_cd(session_, start_url_);
     text = replaced(text, start_url_, "URL/");

@@ -8,6 +8,14 @@
 
 namespace tarnix::test {
 
+/// Which checks run on a flavour.
+enum class coverage {
+    all,
+    some,             ///< a success and a failure of each operation
+    no_data_transfer, ///< those that need no data connection
+    none
+};
+
 /// One way to reach a real server: a row of the table that says which server runs where.
 struct flavour {
     /// Rows of one group run in one process, so that their servers start once.
@@ -26,13 +34,12 @@ struct flavour {
     std::string key = {};
     bool key_is_encrypted = false;
     bool with_public_key_file = false;
-    /// All checks, or those alone that are marked `everywhere`.
-    bool all_checks = false;
-    /// Why there can be no connection of this kind, and what both layers say then. The reason is
-    /// empty for all others.
+    coverage checks = coverage::some;
+    /// Why transfers of this kind cannot work, and what both layers say then, in one or another of
+    /// these ways. The reason is empty for all others.
     std::string obstacle = {};
-    std::string core_says = {};
-    std::string session_says = {};
+    std::vector<std::string> library_says = {};
+    std::vector<std::string> session_says = {};
 
     bool is_sftp() const
     {

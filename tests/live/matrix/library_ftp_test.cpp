@@ -8,11 +8,12 @@ using client = core_on_server;
 
 const std::string done = "done";
 constexpr auto everywhere = where::everywhere;
+constexpr auto even_without_data = where::even_without_data;
 
 /// Of operations for FTP alone.
 const std::vector<check<client>> checks{
     {"create_folder", [](client& c) { return core::create_folder(c.session(), "new"), done; },
-     "done; +new/", everywhere},
+     "done; +new/", even_without_data},
     {"create_folder in another",
      [](client& c) { return core::create_folder(c.session(), "bare/new"), done; },
      "done; +bare/new/"},
@@ -29,7 +30,7 @@ const std::vector<check<client>> checks{
      "done; +bare/new/"},
     {"create_folder of an existing folder",
      [](client& c) { return core::create_folder(c.session(), "full"), done; },
-     "raises CouldNotCreateFolder(full)", everywhere},
+     "raises CouldNotCreateFolder(full)", even_without_data},
     {"create_folder in the place of a file",
      [](client& c) { return core::create_folder(c.session(), "file"), done; },
      "raises CouldNotCreateFolder(file)"},
@@ -41,10 +42,10 @@ const std::vector<check<client>> checks{
      "raises CouldNotCreateFolder(locked/new)"},
     {"delete_folder of an empty one",
      [](client& c) { return core::delete_folder(c.session(), "bare"), done; }, "done; -bare",
-     everywhere},
+     even_without_data},
     {"delete_folder of a full one",
      [](client& c) { return core::delete_folder(c.session(), "full"), done; },
-     "raises FolderNotEmpty(full)", everywhere},
+     "raises FolderNotEmpty(full)", even_without_data},
     {"delete_folder of a missing one",
      [](client& c) { return core::delete_folder(c.session(), "missing"), done; },
      "raises FolderNotEmpty(missing)"},
@@ -53,7 +54,7 @@ const std::vector<check<client>> checks{
      "raises FolderNotEmpty(file)"},
     {"delete_remote_file",
      [](client& c) { return core::delete_remote_file(c.session(), u"file"), done; }, "done; -file",
-     everywhere},
+     even_without_data},
     {"delete_remote_file in another folder",
      [](client& c) { return core::delete_remote_file(c.session(), u"full/inner"), done; },
      "done; -full/inner"},
@@ -65,7 +66,7 @@ const std::vector<check<client>> checks{
      "done; -file"},
     {"delete_remote_file of a missing file",
      [](client& c) { return core::delete_remote_file(c.session(), u"missing"), done; },
-     "raises DeleteFailed(missing)", everywhere},
+     "raises DeleteFailed(missing)", even_without_data},
     {"delete_remote_file of a folder",
      [](client& c) { return core::delete_remote_file(c.session(), u"bare"), done; },
      "raises DeleteFailed(bare)"},
@@ -74,7 +75,7 @@ const std::vector<check<client>> checks{
      "raises DeleteFailed(locked/kept)"},
     {"rename_remote_file",
      [](client& c) { return core::rename_remote_file(c.session(), u"file", u"new"), done; },
-     "done; -file, +new=\"content\"", everywhere},
+     "done; -file, +new=\"content\"", even_without_data},
     {"rename_remote_file into another folder",
      [](client& c) { return core::rename_remote_file(c.session(), u"file", u"bare/new"), done; },
      "done; +bare/new=\"content\", -file"},
@@ -86,7 +87,7 @@ const std::vector<check<client>> checks{
      "done; empty=\"content\", -file"},
     {"rename_remote_file of a missing file",
      [](client& c) { return core::rename_remote_file(c.session(), u"missing", u"new"), done; },
-     "raises FTPError(550)", everywhere},
+     "raises FTPError(550)", even_without_data},
     {"rename_remote_file into a missing folder",
      [](client& c) {
          core::rename_remote_file(c.session(), u"file", u"missing/new");

@@ -10,6 +10,7 @@ using client = session_on_flavour;
 
 const std::string done = "done";
 constexpr auto everywhere = where::everywhere;
+constexpr auto even_without_data = where::even_without_data;
 
 /// The last words of the lines of a long listing, or of a listing of names: names without blanks.
 std::string last_words(const std::string& listing)
@@ -40,10 +41,11 @@ std::string downloaded(client& c, const std::string& remote,
 }
 
 const std::vector<check<client>> checks{
-    {"working_folder", [](client& c) { return c.session().working_folder(); }, "ROOT", everywhere},
+    {"working_folder", [](client& c) { return c.session().working_folder(); }, "ROOT",
+     even_without_data},
 
     {"change_folder", [](client& c) { return c.session().change_folder("full"), done; },
-     "done; then in ROOT/full", everywhere},
+     "done; then in ROOT/full", even_without_data},
     {"change_folder up", [](client& c) { return c.session().change_folder("full/.."), done; },
      "done"},
     {"change_folder to the root", [](client& c) { return c.session().change_folder("/"), done; },
@@ -83,9 +85,9 @@ const std::vector<check<client>> checks{
      "fails: permission"},
 
     {"is_folder of a folder", [](client& c) { return said(c.session().is_folder("full")); }, "yes",
-     everywhere},
+     even_without_data},
     {"is_folder of a file", [](client& c) { return said(c.session().is_folder("file")); }, "no",
-     everywhere},
+     even_without_data},
     {"is_folder of a missing name",
      [](client& c) { return said(c.session().is_folder("missing")); }, "no", everywhere},
     {"is_folder in a missing one",
@@ -94,7 +96,7 @@ const std::vector<check<client>> checks{
      "yes"},
 
     {"exists of a file", [](client& c) { return said(c.session().exists("file")); }, "yes",
-     everywhere},
+     even_without_data},
     {"exists of an empty file", [](client& c) { return said(c.session().exists("empty")); }, "yes"},
     {"exists of a secret file", [](client& c) { return said(c.session().exists("secret")); },
      "yes"},
@@ -108,7 +110,7 @@ const std::vector<check<client>> checks{
     {"exists under a file", [](client& c) { return said(c.session().exists("file/inner")); }, "no"},
 
     {"is_file of a file", [](client& c) { return said(c.session().is_file("file")); }, "yes",
-     everywhere},
+     even_without_data},
     {"is_file of an empty file", [](client& c) { return said(c.session().is_file("empty")); },
      "yes"},
     {"is_file of a secret file", [](client& c) { return said(c.session().is_file("secret")); },
@@ -121,7 +123,7 @@ const std::vector<check<client>> checks{
      "no", everywhere},
 
     {"make_folder", [](client& c) { return c.session().make_folder("new"), done; }, "done; +new/",
-     everywhere},
+     even_without_data},
     {"make_folder in another", [](client& c) { return c.session().make_folder("bare/new"), done; },
      "done; +bare/new/"},
     {"make_folder in the working folder",
@@ -133,7 +135,7 @@ const std::vector<check<client>> checks{
      "done; +bare/new/; then in ROOT/bare"},
     {"make_folder of an existing one",
      [](client& c) { return c.session().make_folder("full"), done; }, "fails: conflict",
-     everywhere},
+     even_without_data},
     {"make_folder in the place of a file",
      [](client& c) { return c.session().make_folder("file"), done; }, "fails: conflict"},
     {"make_folder in a missing one",
@@ -142,7 +144,7 @@ const std::vector<check<client>> checks{
      [](client& c) { return c.session().make_folder("locked/new"), done; }, "fails: permission"},
 
     {"remove_folder", [](client& c) { return c.session().remove_folder("bare"), done; },
-     "done; -bare", everywhere},
+     "done; -bare", even_without_data},
     {"remove_folder of a full one",
      [](client& c) { return c.session().remove_folder("full"), done; }, "fails: conflict",
      everywhere},
@@ -152,7 +154,7 @@ const std::vector<check<client>> checks{
      "fails: not found"},
 
     {"remove_file", [](client& c) { return c.session().remove_file("file"), done; }, "done; -file",
-     everywhere},
+     even_without_data},
     {"remove_file in another folder",
      [](client& c) { return c.session().remove_file("full/inner"), done; }, "done; -full/inner"},
     {"remove_file in the working folder",
@@ -236,7 +238,7 @@ const std::vector<check<client>> checks{
      "\"one\\ntwo\\n\""},
 
     {"system_type", [](client& c) { return said(c.session().system_type()); }, "\"UNIX Type: L8\"",
-     everywhere},
+     even_without_data},
 
     {"work after failures",
      [](client& c) {
