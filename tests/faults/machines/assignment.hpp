@@ -17,8 +17,8 @@ enum class fault {
     file_size,       ///< no file grows beyond n bytes
     small_disk,      ///< the folder is a file system of n bytes
     no_privileges,   ///< of the superuser
-    read,            ///< the nth read of a file fails
-    write,           ///< the nth write to a file fails
+    read,            ///< the nth read of a file fails, and all after it
+    write,           ///< the nth write to a file fails, and all after it
     close,           ///< the nth closing of a file fails
     shrinking_file,  ///< before its nth read
     growing_file,    ///< before its nth read

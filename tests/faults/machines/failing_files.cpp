@@ -5,6 +5,7 @@
 
 #include <dlfcn.h>
 #include <sys/stat.h>
+#include <sys/uio.h>
 #include <unistd.h>
 
 namespace tarnix::test::files {
@@ -21,10 +22,13 @@ bool is_regular(int descriptor)
     return ::fstat(descriptor, &attributes) == 0 && S_ISREG(attributes.st_mode);
 }
 
-/// Whether it is the turn of this call.
+/// Whether it is the turn of this call. What cannot be read or written stays so.
 bool strikes(trouble what, int descriptor)
 {
-    if (wanted != what || !is_regular(descriptor) || --still_to_come != 0)
+    if (wanted != what || !is_regular(descriptor) || --still_to_come > 0)
+        return false;
+    const auto stays = what == trouble::read_fails || what == trouble::write_fails;
+    if (still_to_come < 0 && !stays)
         return false;
     ++times;
     return true;
@@ -97,6 +101,14 @@ ssize_t write(int descriptor, const void* buffer, size_t size)
     if (files::strikes(files::trouble::write_fails, descriptor))
         return files::fail();
     return function(descriptor, buffer, size);
+}
+
+ssize_t writev(int descriptor, const iovec* buffers, int count)
+{
+    static const auto function = files::real<ssize_t (*)(int, const iovec*, int)>("writev");
+    if (files::strikes(files::trouble::write_fails, descriptor))
+        return files::fail();
+    return function(descriptor, buffers, count);
 }
 
 int close(int descriptor)

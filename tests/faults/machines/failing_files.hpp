@@ -6,8 +6,8 @@ namespace tarnix::test::files {
 
 enum class trouble {
     none,
-    read_fails,
-    write_fails,
+    read_fails,  ///< as do all reads after it
+    write_fails, ///< as do all writes after it
     close_fails, ///< and closes
     shrinks,     ///< to half its size, before it is read
     grows,       ///< by as much again, before it is read
