@@ -6,18 +6,27 @@
 
 namespace tarnix::test {
 
+namespace {
+
+/// In place of an empty word.
+constexpr auto usual = "-";
+
+} // namespace
+
 std::ostream& operator<<(std::ostream& out, const assignment& given)
 {
     return out << given.operation << ' ' << given.port << ' ' << given.folder << ' ' << given.traced
-               << ' ' << static_cast<int>(given.what) << ' ' << given.nth << ' ' << given.serial
-               << '\n';
+               << ' ' << static_cast<int>(given.what) << ' ' << given.nth << ' '
+               << (given.local.empty() ? usual : given.local) << ' ' << given.serial << '\n';
 }
 
 std::istream& operator>>(std::istream& in, assignment& given)
 {
     int what = 0;
     in >> given.operation >> given.port >> given.folder >> given.traced >> what >> given.nth >>
-        given.serial;
+        given.local >> given.serial;
+    if (given.local == usual)
+        given.local.clear();
     given.what = static_cast<fault>(what);
     return in;
 }
@@ -46,10 +55,16 @@ outcome read_outcome(const std::function<std::string()>& next_line)
             read.lost.push_back(rest);
         else if (word == "option")
             read.options.push_back(rest);
+        else if (word == "file")
+            read.files.push_back(rest);
+        else if (word == "struck")
+            read.struck = std::stol(rest);
         else if (word == "again")
             read.again = rest;
         else if (word == "blocks")
             read.blocks_left = std::stol(rest);
+        else if (word == "unavailable")
+            read.unavailable = rest;
         else if (word == "ended")
             read.ended_in = rest;
         else if (word == "end") {

@@ -11,14 +11,9 @@ constexpr int runs_with_one_server = 20;
 
 } // namespace
 
-std::string lane::content()
+lane::lane(std::size_t size) : content_(std::string(size, 'c'))
 {
-    return std::string(3000, 'c') + '\n';
-}
-
-lane::lane()
-{
-    write_bytes(folder_ / "data", content());
+    write_bytes(folder_ / "data", content_);
 }
 
 void lane::set_stage()
@@ -32,7 +27,7 @@ void lane::set_stage()
     // it.
     serial_ = std::to_string(++runs_);
     auto& tree = server_->tree();
-    tree.add_file("/home/u/file", content());
+    tree.add_file("/home/u/file", content_);
     tree.add_file("/home/u/shelf/one", "1");
     tree.add_folder("/home/u/shelf/two");
     tree.add_folder("/home/u/empty-" + serial_);
@@ -51,7 +46,7 @@ outcome lane::run(assignment given)
 
 void lane::warm_up(assignment given)
 {
-    given.what = fault::none;
+    given.what = fault::warm_up;
     given.nth = 0;
     run(given);
 }
@@ -66,9 +61,9 @@ bool lane::took_effect(const std::string& operation)
     if (is("_rmdir"))
         return !tree.is_folder(path("empty"));
     if (is("_put"))
-        return tree.read(path("stored")) == content();
+        return tree.read(path("stored")) == content_;
     if (is("_get"))
-        return std::filesystem::exists(fetched_file()) && read_bytes(fetched_file()) == content();
+        return std::filesystem::exists(fetched_file()) && read_bytes(fetched_file()) == content_;
     if (is("_delete"))
         return !tree.is_file(path("doomed"));
     if (is("_rename"))

@@ -5,6 +5,7 @@
 #include <support/scripted_server.hpp>
 #include <support/temporary_folder.hpp>
 
+#include <cstddef>
 #include <optional>
 #include <string>
 #include <vector>
@@ -15,10 +16,8 @@ namespace tarnix::test {
 /// transfer may stand still for a second inside libcurl.
 class lane {
 public:
-    /// What is uploaded, and what is downloaded.
-    static std::string content();
-
-    lane();
+    /// What is uploaded, and what is downloaded, is so long.
+    explicit lane(std::size_t size = 3000);
 
     /// Puts everything in its place on the server, and runs the assignment but for its `port`,
     /// `folder` and `serial`, which are chosen here.
@@ -28,7 +27,9 @@ public:
 
     // Of the last run.
 
+    const std::string& content() const { return content_; }
     const temporary_folder& folder() const { return folder_; }
+    scripted_server& server() { return *server_; }
     std::filesystem::path fetched_file() const { return folder_ / ("fetched-" + serial_); }
     /// Whether the server or the fetched file is as the operation should have left it.
     bool took_effect(const std::string& operation);
@@ -40,6 +41,7 @@ public:
 private:
     void set_stage();
 
+    const std::string content_;
     std::optional<scripted_server> server_;
     temporary_folder folder_;
     subject_process subject_;

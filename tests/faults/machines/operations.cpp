@@ -148,14 +148,13 @@ const std::array operations{
               }},
     operation{"core_put", stage::handle,
               [](site& at) {
-                  core::send_file(at.connected(), at.local("data").u16string(),
+                  core::send_file(at.connected(), at.source().u16string(),
                                   wide("stored-" + at.serial), false);
                   return std::string();
               }},
     operation{"core_get", stage::handle,
               [](site& at) {
-                  core::receive_file(at.connected(), wide("file"),
-                                     at.local("fetched-" + at.serial).u16string(), false);
+                  core::receive_file(at.connected(), wide("file"), at.target().u16string(), false);
                   return std::string();
               }},
     operation{"core_delete", stage::handle,
@@ -204,12 +203,12 @@ const std::array operations{
               }},
     operation{"session_put", stage::session,
               [](site& at) {
-                  at.session->upload(at.local("data"), "stored-" + at.serial);
+                  at.session->upload(at.source(), "stored-" + at.serial);
                   return std::string();
               }},
     operation{"session_get", stage::session,
               [](site& at) {
-                  at.session->download("file", at.local("fetched-" + at.serial));
+                  at.session->download("file", at.target());
                   return std::string();
               }},
     operation{"session_delete", stage::session,

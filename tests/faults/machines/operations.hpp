@@ -14,15 +14,25 @@ namespace tarnix::test {
 /// Where an operation runs.
 struct site {
     explicit site(const assignment& given)
-        : port(given.port), folder(given.folder), serial(std::to_string(given.serial))
+        : port(given.port),
+          folder(given.folder),
+          local_name(given.local),
+          serial(std::to_string(given.serial))
     {
     }
 
     io::ftp::core::curl_ptr& connected() { return *handle; }
-    std::filesystem::path local(const std::string& name) const { return folder / name; }
+    /// The file to upload, and the one to download into.
+    std::filesystem::path source() const { return folder / (is_usual() ? "data" : local_name); }
+    std::filesystem::path target() const
+    {
+        return folder / (is_usual() ? "fetched-" + serial : local_name);
+    }
+    bool is_usual() const { return local_name.empty(); }
 
     unsigned short port;
     std::filesystem::path folder;
+    std::string local_name;
     std::string serial;
     std::optional<io::ftp::core::curl_ptr> handle;
     std::optional<ftp::session> session;

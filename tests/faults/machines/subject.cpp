@@ -3,6 +3,8 @@
 
 #include "call_stack.hpp"
 #include "failing_allocations.hpp"
+#include "failing_files.hpp"
+#include "machine.hpp"
 #include "operations.hpp"
 #include "option_values.hpp"
 
@@ -14,6 +16,7 @@
 #include <boost/core/demangle.hpp>
 
 #include <algorithm>
+#include <csignal>
 #include <exception>
 #include <filesystem>
 #include <iostream>
@@ -29,6 +32,7 @@
 namespace {
 
 using namespace tarnix::test;
+namespace fs = std::filesystem;
 
 /// A child that takes longer hangs; the alarm ends it.
 constexpr unsigned seconds_at_most = 60;
@@ -56,15 +60,16 @@ std::string text_of(const std::exception& error)
     return boost::core::demangle(typeid(error).name()) + ' ' + error.what();
 }
 
+/// The machine is a good one when it is told.
 template <typename Work>
-std::string result_of(Work work)
+std::string result_of(Work work, bad_machine& machine)
 {
     try {
         const auto text = work();
-        memory::recover();
+        machine.mend();
         return "done " + text;
     } catch (const std::exception& error) {
-        memory::recover();
+        machine.mend();
         return "raised " + text_of(error);
     }
 }
@@ -90,10 +95,19 @@ protected:
     std::streamsize xsputn(const char*, std::streamsize count) override { return count; }
 };
 
+bool is_plain(const fs::directory_entry& entry)
+{
+    return entry.symlink_status().type() == fs::file_type::regular;
+}
+
 void run(const assignment& given)
 {
     constexpr unsigned all_levels = 1 | 4 | 8 | 32 | 64 | 128 | 256;
     const auto& wanted = find_operation(given.operation);
+    if (given.what == fault::small_disk)
+        mount_small_disk(given.folder, given.nth);
+    if (given.what == fault::no_privileges)
+        become_nobody();
     const auto blocks = memory::blocks_in_use();
     std::string result;
     {
@@ -102,16 +116,20 @@ void run(const assignment& given)
         options::remember();
         if (given.traced)
             tarnix::io::ftp::core::getLogger().set_levels(all_levels);
-        const auto reach = given.what == fault::all_allocations ? memory::reach::all_from_there
-                                                                : memory::reach::one;
-        memory::fail_at(given.nth, reach);
-        result = result_of([&] { return wanted.run(place); });
+        bad_machine machine(given);
+        result = result_of([&] { return wanted.run(place); }, machine);
         const auto asked = memory::asked();
         const auto failed = memory::failed();
+        const auto struck = files::struck();
         tarnix::io::ftp::core::getLogger().set_levels(0);
         say("result", result);
         say("asked", std::to_string(asked));
         say("failed", std::to_string(failed));
+        say("struck", std::to_string(struck));
+        for (const auto& entry : fs::directory_iterator(place.folder))
+            if (entry.path() != place.folder / "data" && is_plain(entry))
+                say("file",
+                    entry.path().filename().string() + ' ' + std::to_string(entry.file_size()));
         say("failed_in", std::string(memory::place_of_first_failure().library()));
         if (memory::place_of_first_failure().runs_through("14scoped_request13restore_later"))
             say("restorers", "");
@@ -121,7 +139,7 @@ void run(const assignment& given)
             say("lost", one);
         for (const auto& one : options::changed())
             say("option", one);
-        say("again", result_of([&] { return use_again(place); }));
+        say("again", result_of([&] { return use_again(place); }, machine));
     }
     result = {};
     result.shrink_to_fit();
@@ -139,7 +157,11 @@ void run_in_child(const assignment& given)
     const auto child = ::fork();
     if (child == 0) {
         ::alarm(seconds_at_most);
-        run(given);
+        try {
+            run(given);
+        } catch (const std::exception& error) {
+            say("unavailable", error.what());
+        }
         ::_exit(0);
     }
     int status = 0;
@@ -161,6 +183,7 @@ int main()
     std::set_terminate(&report_the_end);
     // Neither the first look at the stack nor the first thread finds what it needs for later.
     call_stack().capture();
+    std::signal(SIGPIPE, SIG_DFL);
     std::thread([] {}).join();
     std::optional<tarnix::host::standalone> services;
     null_buffer nowhere;
@@ -174,7 +197,7 @@ int main()
             services.reset();
         else if (!services)
             services.emplace();
-        if (given.what == fault::none) {
+        if (given.what == fault::warm_up) {
             ::alarm(seconds_at_most);
             run(given);
             ::alarm(0);

@@ -54,7 +54,7 @@ std::vector<expectation> expectations()
         {"core_mkdir", {internal}},
         {"core_rmdir", {internal, ftp + "FTPError"}},
         {"core_put", {internal, ftp + "NotFound", ftp + "UploadFailed"}},
-        {"core_get", {internal, ftp + "FTPError"}},
+        {"core_get", {internal, ftp + "FTPError", "identifier TARNIX:io:common:file:OpenFailed"}},
         {"core_delete", {internal, ftp + "DeleteFailed"}},
         {"core_rename", {}, {}, true},
         {"core_is_file", {ftp + "FTPError"}, {"false"}},
@@ -113,15 +113,18 @@ struct tally {
     }
 };
 
-class AllocationsTest : public testing::TestWithParam<expectation> {
+class ShortagesTest : public testing::TestWithParam<expectation> {
 protected:
-    AllocationsTest();
+    ShortagesTest();
 
     /// Fails the first, the second, ... allocation until none is asked for any more.
     void sweep(const manner& how);
+    /// Lets so many descriptors be opened and no more; whether that was enough.
+    bool run_with_descriptors(int free);
 
 private:
     outcome run_usual(const manner& how, lane& on);
+
     void run_share(const manner& how, lane& on, std::atomic<long>& next, std::atomic<bool>& done);
     void judge(const outcome& seen, const assignment& given, lane& on);
     std::string complaint(const outcome& seen, const assignment& given, lane& on) const;
@@ -133,14 +136,14 @@ private:
     int complaints_ = 0;
 };
 
-AllocationsTest::AllocationsTest()
+ShortagesTest::ShortagesTest()
 {
     constexpr int side_by_side = 8;
     for (int i = 0; i < side_by_side; ++i)
         lanes_.push_back(std::make_unique<lane>());
 }
 
-void AllocationsTest::sweep(const manner& how)
+void ShortagesTest::sweep(const manner& how)
 {
     std::atomic<long> next = 1;
     std::atomic<bool> done = false;
@@ -156,22 +159,24 @@ void AllocationsTest::sweep(const manner& how)
 }
 
 /// Without a failure.
-outcome AllocationsTest::run_usual(const manner& how, lane& on)
+outcome ShortagesTest::run_usual(const manner& how, lane& on)
 {
     const assignment given{
         .operation = GetParam().operation, .traced = how.traced, .what = how.what};
     // Twice, because some memory is only got when an object is made anew.
     on.warm_up(given);
     on.warm_up(given);
-    const auto seen = on.run(given);
+    auto usual = given;
+    usual.what = fault::none;
+    const auto seen = on.run(usual);
     EXPECT_TRUE(on.took_effect(given.operation));
     EXPECT_EQ(seen.blocks_left, 0);
     on.clean_up();
     return seen;
 }
 
-void AllocationsTest::run_share(const manner& how, lane& on, std::atomic<long>& next,
-                                std::atomic<bool>& done)
+void ShortagesTest::run_share(const manner& how, lane& on, std::atomic<long>& next,
+                              std::atomic<bool>& done)
 try {
     const auto step = std::getenv("TARNIX_EVERY_ALLOCATION") ? 1 : how.step;
     run_usual(how, on);
@@ -189,7 +194,7 @@ try {
     done = true;
 }
 
-void AllocationsTest::judge(const outcome& seen, const assignment& given, lane& on)
+void ShortagesTest::judge(const outcome& seen, const assignment& given, lane& on)
 {
     const auto wrong = complaint(seen, given, on);
     const std::lock_guard lock(mutex_);
@@ -210,7 +215,7 @@ void AllocationsTest::judge(const outcome& seen, const assignment& given, lane& 
                       << "\n  " << seen.ended_in << "\n  " << seen.end;
 }
 
-std::string AllocationsTest::complaint(const outcome& seen, const assignment& given, lane& on) const
+std::string ShortagesTest::complaint(const outcome& seen, const assignment& given, lane& on) const
 {
     const auto& expected = GetParam();
     if (seen.ended_in == "scope" || seen.ended_in == "handle")
@@ -253,7 +258,20 @@ std::string AllocationsTest::complaint(const outcome& seen, const assignment& gi
     return {};
 }
 
-TEST_P(AllocationsTest, each_one_fails_in_turn)
+bool ShortagesTest::run_with_descriptors(int free)
+{
+    auto& on = *lanes_.front();
+    if (usual_.result.empty())
+        usual_ = run_usual({"descriptors", fault::descriptors, false, 1}, on);
+    const assignment given{
+        .operation = GetParam().operation, .what = fault::descriptors, .nth = free};
+    const auto seen = on.run(given);
+    judge(seen, given, on);
+    on.clean_up();
+    return seen.result == usual_.result;
+}
+
+TEST_P(ShortagesTest, each_allocation_fails_in_turn)
 {
     for (const auto& how : manners) {
         SCOPED_TRACE(how.name);
@@ -261,7 +279,17 @@ TEST_P(AllocationsTest, each_one_fails_in_turn)
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(Operations, AllocationsTest, testing::ValuesIn(expectations()),
+TEST_P(ShortagesTest, few_descriptors_are_left)
+{
+    constexpr int enough = 12;
+    int failures = 0;
+    for (int free = 0; free < enough; ++free)
+        failures += run_with_descriptors(free) ? 0 : 1;
+    EXPECT_TRUE(run_with_descriptors(enough));
+    std::cout << "counted: " << failures << " runs that lacked descriptors\n";
+}
+
+INSTANTIATE_TEST_SUITE_P(Operations, ShortagesTest, testing::ValuesIn(expectations()),
                          [](const auto& one) { return one.param.operation; });
 
 } // namespace
