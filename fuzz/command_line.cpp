@@ -41,7 +41,7 @@ void check_arguments(const std::vector<const char*>& values)
         require(given->port != 0, "no port is 0");
     } catch (const usage_error& error) {
         require(exit_code_of(error) == exit_code::usage, "what cannot be read is a usage error");
-        require(std::string(error.what()) != "", "a usage error says something");
+        require(error.what()[0] != '\0', "a usage error says something");
         check_logins(error.what());
     }
 }
@@ -60,6 +60,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
             lines.back() += c;
     }
     std::vector<const char*> values;
+    values.reserve(lines.size());
     for (const auto& line : lines)
         values.push_back(line.c_str());
     check_arguments(values);

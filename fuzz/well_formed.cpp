@@ -14,6 +14,7 @@ template <typename Output, typename Input>
 std::optional<Output> convert(Input text, const char* to, const char* from)
 {
     const auto conversion = ::iconv_open(to, from);
+    // NOLINTNEXTLINE(performance-no-int-to-ptr): it is the failure's value
     require(conversion != reinterpret_cast<iconv_t>(-1), "the C library knows Unicode");
     // No character takes more than three bytes for one of the other form.
     std::string result(text.size() * sizeof(typename Input::value_type) * 3, '\0');
