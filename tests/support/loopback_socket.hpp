@@ -67,6 +67,8 @@ public:
     /// peer finds the end together with the last bytes.
     void hold_back();
     void set_pacing(const pacing& how);
+    /// Closing will break the connection instead of ending it.
+    void reset_when_closed();
     int descriptor_number() const { return socket_.number(); }
 
 private:

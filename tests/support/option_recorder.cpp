@@ -17,7 +17,7 @@ namespace tarnix::test {
 
 namespace {
 
-option_recorder* the_recorder = nullptr;
+thread_local option_recorder* the_recorder = nullptr;
 
 template <typename Function>
 Function real(const char* name)
@@ -109,6 +109,14 @@ std::string option_recorder::value_of(CURLoption option) const
 {
     const auto found = settings_.find(option);
     return found == settings_.end() ? "untouched" : found->second.value;
+}
+
+std::map<std::string, std::string> option_recorder::settings() const
+{
+    std::map<std::string, std::string> all;
+    for (const auto& [option, now] : settings_)
+        all[description_of(option).name] = now.value;
+    return all;
 }
 
 const void* option_recorder::pointer_of(CURLoption option) const

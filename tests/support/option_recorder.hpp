@@ -27,8 +27,9 @@ struct scripted_answer {
 scripted_answer folder_is(const std::string& path);
 
 /// Stands between the library and libcurl in a test program that links it: while one exists, each
-/// call of `curl_easy_init`, `_setopt`, `_perform`, `_getinfo` and `_cleanup` is written down.
-/// Options always reach the real handle; requests and queries only with `requests::real`.
+/// call of `curl_easy_init`, `_setopt`, `_perform`, `_getinfo` and `_cleanup` on the thread that
+/// made it is written down. Options always reach the real handle; requests and queries only with
+/// `requests::real`.
 ///
 /// A call is written as "NOBODY=1", "URL=ftp://a/", "QUOTE=[RNFR a][RNTO b]", "perform", "init" or
 /// "cleanup"; pointers are "null", a known name ("stdout", "fread", ...) or "set".
@@ -60,6 +61,8 @@ public:
     std::vector<std::string> take_all();
     /// The value that `option` has now; "untouched" when nothing set it.
     std::string value_of(CURLoption option) const;
+    /// The values of all options that were set, by name.
+    std::map<std::string, std::string> settings() const;
     const void* pointer_of(CURLoption option) const;
     /// The function that `option` has now; the caller knows its type.
     template <typename Function>

@@ -2,7 +2,7 @@
 
 namespace tarnix::test {
 
-void reply_script::set(const std::string& word, const scripted_answer& answer, occurrence nth)
+void reply_script::set(const std::string& word, const scripted_reply& answer, occurrence nth)
 {
     const std::lock_guard lock(mutex_);
     auto& known = answers_[word];
@@ -12,7 +12,7 @@ void reply_script::set(const std::string& word, const scripted_answer& answer, o
         known.others = answer;
 }
 
-scripted_answer reply_script::next(const std::string& word)
+scripted_reply reply_script::next(const std::string& word)
 {
     const std::lock_guard lock(mutex_);
     const auto known = answers_.find(word);

@@ -9,7 +9,7 @@
 namespace tarnix::test {
 
 /// What a server does differently for one command.
-struct scripted_answer {
+struct scripted_reply {
     /// In place of what the server would do and reply; empty text for no reply at all.
     std::optional<std::string> instead;
     /// Drops the control connection then; the reply and the end reach the client together.
@@ -24,19 +24,19 @@ constexpr occurrence every;
 class reply_script {
 public:
     /// An answer for one occurrence goes before the one for every occurrence.
-    void set(const std::string& word, const scripted_answer& answer, occurrence nth);
+    void set(const std::string& word, const scripted_reply& answer, occurrence nth);
     /// Counts this occurrence of the word.
-    scripted_answer next(const std::string& word);
+    scripted_reply next(const std::string& word);
     void clear();
 
 private:
     struct single {
         int still_to_come;
-        scripted_answer answer;
+        scripted_reply answer;
     };
     struct answers {
         std::list<single> singles;
-        scripted_answer others;
+        scripted_reply others;
     };
 
     std::mutex mutex_;
