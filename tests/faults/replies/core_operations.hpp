@@ -4,6 +4,7 @@
 
 #include <filesystem>
 #include <functional>
+#include <ostream>
 #include <string>
 #include <vector>
 
@@ -27,6 +28,11 @@ struct core_operation {
     /// Returns what came out, as text.
     std::function<std::string(core_setting&)> run;
 };
+
+inline std::ostream& operator<<(std::ostream& out, const core_operation& operation)
+{
+    return out << operation.name;
+}
 
 const std::vector<core_operation>& core_operations();
 

@@ -14,7 +14,7 @@ enum class effect {
     wrong_code, ///< as a well-formed reply, not a refusal, with a code that may not fit
     silence,    ///< as no reply: the client waits until its patience ends
     loss,       ///< the connection is gone
-    surplus     ///< one reply more than commands: all that follow answer the command before
+    uncertain   ///< as the reply that was due, or as a lost connection
 };
 
 /// One way to spoil a reply.
