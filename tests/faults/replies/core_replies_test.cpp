@@ -43,6 +43,24 @@ protected:
     /// An undisturbed run of the operation.
     core_meeting meet_undisturbed() { return meet(GetParam(), {}, next_local(), elsewhere_); }
 
+    std::vector<meeting_point> points_of(const core_meeting& undisturbed) const
+    {
+        std::vector<meeting_point> points;
+        for (std::size_t step = 0; step < undisturbed.steps.size(); ++step) {
+            const auto& word = undisturbed.steps[step];
+            for (const auto& fault : reply_faults()) {
+                points.push_back({step, word, &fault, false});
+                if (fault.meant == effect::loss)
+                    points.push_back({step, word, &fault, true});
+            }
+            constexpr std::size_t steps_of_login = 4;
+            if (GetParam().connects && step < steps_of_login)
+                for (const auto& fault : large_reply_faults())
+                    points.push_back({step, word, &fault, false});
+        }
+        return points;
+    }
+
     void meet_all(std::vector<meeting_point>& points)
     {
         run_meetings(points.size(), [&](std::size_t i) {
@@ -59,7 +77,7 @@ protected:
                 server.disturbances().disturb(point.step, point.fault->fault);
         };
         const auto meant = point.fault->meant;
-        return {arm, meant == effect::silence || meant == effect::wrong_code};
+        return {arm, meant != effect::none && meant != effect::refusal && meant != effect::loss};
     }
 
     /// What holds whatever the server did.
@@ -110,13 +128,7 @@ TEST_P(CoreRepliesTest, every_fault_at_every_step_ends_as_documented)
     const auto undisturbed = meet_undisturbed();
     ASSERT_EQ(undisturbed.folder_elsewhere, "/else");
     ASSERT_FALSE(undisturbed.raised) << undisturbed.outcome;
-    std::vector<meeting_point> points;
-    for (std::size_t step = 0; step < undisturbed.steps.size(); ++step)
-        for (const auto& fault : reply_faults()) {
-            points.push_back({step, undisturbed.steps[step], &fault, false});
-            if (fault.meant == effect::loss)
-                points.push_back({step, undisturbed.steps[step], &fault, true});
-        }
+    auto points = points_of(undisturbed);
     meet_all(points);
     for (const auto& point : points) {
         SCOPED_TRACE(GetParam().name + ", step " + std::to_string(point.step) + ' ' + point.word +

@@ -90,8 +90,8 @@ std::vector<named_fault> well_meant()
         {"bare line feeds", effect::none, 0, spoilt(&with_bare_line_feeds)},
         {"behind 4 KiB of lines", effect::none, 0,
          spoilt([](const auto& due) { return behind_many_lines(due, 4 * kibibyte); })},
-        {"with 64 KiB behind", effect::none, 0, spoilt([](const auto& due) {
-             return without_line_end(due) + std::string(64 * kibibyte, 'x') + "\r\n";
+        {"with 8000 bytes behind", effect::none, 0, spoilt([](const auto& due) {
+             return without_line_end(due) + std::string(8000, 'x') + "\r\n";
          })},
         {"with NULs", effect::none, 0,
          spoilt([](const auto& due) { return with_text_inserted(due, "\0\0\0"s); })},
@@ -122,13 +122,8 @@ std::vector<named_fault> unintelligible()
         {"no line end", effect::silence, 0, spoilt(&without_line_end)},
         {"a bare carriage return", effect::silence, 0,
          spoilt([](const auto& due) { return without_line_end(due) + '\r'; })},
-        // More than libcurl's buffer holds: it gives up, or not, as the bytes happen to come.
-        {"behind 1 MiB of lines", effect::uncertain, 0,
-         spoilt([](const auto& due) { return behind_many_lines(due, mebibyte); })},
-        {"64 KiB without line end", effect::silence, 0, instead(std::string(64 * kibibyte, 'x'))},
-        {"1 MiB without line end", effect::silence, 0, instead(std::string(mebibyte, 'x'))},
-        {"a line of 1 MiB", effect::silence, 0, instead(std::string(mebibyte, 'x') + "\r\n")},
-        {"binary bytes", effect::silence, 0, instead(binary(64 * kibibyte))},
+        {"4 KiB without line end", effect::silence, 0, instead(std::string(4 * kibibyte, 'x'))},
+        {"binary bytes", effect::silence, 0, instead(binary(4 * kibibyte))},
         {"NULs", effect::silence, 0, instead(std::string(kibibyte, '\0') + "\r\n")},
         {"lines without an end", effect::silence, 0, instead("220-a\r\n220-b\r\n")},
         {"one byte each second", effect::silence, 0, drip},
@@ -165,7 +160,29 @@ std::vector<named_fault> losses()
     };
 }
 
+/// More than libcurl's buffer holds: it gives up, or not, as the bytes happen to come.
+std::vector<named_fault> large()
+{
+    return {
+        {"with 64 KiB behind", effect::uncertain, 0, spoilt([](const auto& due) {
+             return without_line_end(due) + std::string(64 * kibibyte, 'x') + "\r\n";
+         })},
+        {"behind 1 MiB of lines", effect::uncertain, 0,
+         spoilt([](const auto& due) { return behind_many_lines(due, mebibyte); })},
+        {"64 KiB without line end", effect::silence, 0, instead(std::string(64 * kibibyte, 'x'))},
+        {"1 MiB without line end", effect::silence, 0, instead(std::string(mebibyte, 'x'))},
+        {"a line of 1 MiB", effect::silence, 0, instead(std::string(mebibyte, 'x') + "\r\n")},
+        {"1 MiB of binary bytes", effect::silence, 0, instead(binary(mebibyte))},
+    };
+}
+
 } // namespace
+
+const std::vector<named_fault>& large_reply_faults()
+{
+    static const auto all = large();
+    return all;
+}
 
 const std::vector<named_fault>& reply_faults()
 {
