@@ -16,6 +16,8 @@ public:
 
     /// Of whichever side listens.
     unsigned short port() const;
+    /// The connection itself.
+    tcp_stream open();
     /// Sends `bytes`, as slowly as `how` says, and closes.
     void send(const std::string& bytes, const pacing& how);
     /// Everything up to the end of the stream.
@@ -25,7 +27,6 @@ private:
     using peer = std::variant<tcp_listener, unsigned short>;
 
     data_connection(peer client, const stop_signal& stop);
-    tcp_stream open();
 
     peer client_;
     const stop_signal* stop_;

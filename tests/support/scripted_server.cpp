@@ -77,9 +77,16 @@ void scripted_server::pace_data(const pacing& how)
     state_.behaviour.data = how;
 }
 
+void scripted_server::conduct_data(data_conduct how)
+{
+    const std::lock_guard lock(state_.behaviour_mutex);
+    state_.behaviour.conduct = how;
+}
+
 void scripted_server::clear_script()
 {
     state_.script.clear();
+    state_.faults.begin();
     const std::lock_guard lock(state_.behaviour_mutex);
     state_.behaviour = {};
 }

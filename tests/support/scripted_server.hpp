@@ -49,6 +49,9 @@ public:
     void list_as(const std::string& text);
     void pace_control(const pacing& how);
     void pace_data(const pacing& how);
+    void conduct_data(data_conduct how);
+    /// What goes wrong at which step.
+    step_faults& disturbances() { return state_.faults; }
     /// Ends the control connections that are idle now, at once: without a word, or with a 421.
     void drop_connections();
     void time_out_connections();
