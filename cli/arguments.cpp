@@ -158,6 +158,10 @@ std::optional<arguments> read_arguments(int count, const char* const* values, st
     } catch (const CLI::CallForVersion& version) {
         answer = std::string(version.what()) + '\n';
         return std::nullopt;
+    } catch (const CLI::ExtrasError& error) {
+        // An option that does not exist may have been given a password.
+        const std::string text = error.what();
+        throw usage_error(text.substr(0, text.find('=')));
     } catch (const CLI::ParseError& error) {
         throw usage_error(error.what());
     }

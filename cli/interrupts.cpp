@@ -20,6 +20,8 @@ void remember(int number)
 void catch_interrupts()
 {
     std::signal(SIGPIPE, SIG_IGN);
+    // A file that may not grow any more is an error like a full disk.
+    std::signal(SIGXFSZ, SIG_IGN);
     for (const auto number : {SIGINT, SIGQUIT, SIGTERM, SIGHUP}) {
         struct sigaction action {};
         // One that is ignored, as under nohup, stays ignored.

@@ -74,11 +74,12 @@ bool is_old_libcurl()
 connection::connection(const settings& wanted)
     : watch_(std::max<std::chrono::milliseconds>(wanted.options.reply_timeout,
                                                  wanted.options.connect_timeout),
-             wanted.options.cancelled),
-      farewell_(handle_, std::min(wanted.options.reply_timeout, longest_farewell))
+             wanted.options.cancelled)
 {
     set_options(wanted);
     log_in(wanted);
+    farewell_.emplace(handle_, std::min(wanted.options.reply_timeout, longest_farewell),
+                      wanted.host, wanted.port);
     watch_.set_patience(wanted.options.reply_timeout);
     // Old libcurls let the first bytes of a TLS data connection lie until this timer fires. Not set
     // earlier, because it is meant for the choice between the server's addresses.
@@ -87,6 +88,13 @@ connection::connection(const settings& wanted)
     login_folder_ = absolute_path("/", undouble_quotes(enter_login_folder(wanted)));
     // The library's connect has set these anew, and has not seen whether it could.
     set_login(wanted);
+}
+
+bool connection::has_reconnected() const
+{
+    long connections = 0;
+    curl_easy_getinfo(handle_.get(), CURLINFO_NUM_CONNECTS, &connections);
+    return connections > 0;
 }
 
 /// What the library's connect has no parameter for, and what the first request needs: the same
@@ -102,6 +110,11 @@ void connection::set_options(const settings& wanted)
     core::transfer_timeout(handle_, static_cast<long>(options.transfer_timeout.count()));
     core::set_option(handle_, CURLOPT_SERVER_RESPONSE_TIMEOUT, options.reply_timeout.count());
     watch_.observe(handle_);
+    // With it libcurl would save and restore the process's handling of SIGPIPE, which is lost when
+    // two threads do so at once.
+    core::set_option(handle_, CURLOPT_NOSIGNAL, 1LL);
+    // A name server that is silent must not outlast the time-outs.
+    core::set_option(handle_, CURLOPT_QUICK_EXIT, 1LL);
 
     core::set_option(handle_, CURLOPT_PORT, wanted.port);
     core::set_option(handle_, CURLOPT_SSL_VERIFYHOST, options.verify_host);

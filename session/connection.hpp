@@ -7,6 +7,7 @@
 
 #include <tarnix/io/ftp/core.hpp>
 
+#include <optional>
 #include <string>
 
 namespace tarnix::ftp {
@@ -19,6 +20,10 @@ public:
 
     io::ftp::core::curl_ptr& handle() { return handle_; }
     watch& watching() { return watch_; }
+
+    /// The last request, as a rule the one that brought the session back, needed a new connection:
+    /// the one before had lost its own.
+    bool has_reconnected() const;
 
     /// Absolute.
     const std::string& login_folder() const { return login_folder_; }
@@ -38,7 +43,7 @@ private:
     host_key_judge host_key_;
     watch watch_;
     io::ftp::core::curl_ptr handle_;
-    farewell farewell_;
+    std::optional<farewell> farewell_;
     std::string login_folder_;
 };
 

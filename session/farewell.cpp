@@ -18,6 +18,15 @@ curl_socket_t refuse(void*, curlsocktype, curl_sockaddr*) noexcept
 
 } // namespace
 
+farewell::farewell(core::curl_ptr& handle, std::chrono::seconds patience, const std::string& host,
+                   long port)
+    : handle_(handle),
+      patience_(patience),
+      // Any: nothing is to be connected, and nobody to be asked for the right one.
+      address_{host + ':' + std::to_string(port) + ":127.0.0.1"}
+{
+}
+
 /// A request to the folder that the session is in sends nothing but its own QUIT, which, unlike
 /// that of a handle that is closed, keeps to the handle's bounds.
 farewell::~farewell()
@@ -26,6 +35,7 @@ farewell::~farewell()
         core::set_option(handle_, CURLOPT_OPENSOCKETFUNCTION,
                          reinterpret_cast<void (*)()>(&refuse));
         core::set_option(handle_, CURLOPT_WRITEFUNCTION, reinterpret_cast<void (*)()>(&discard));
+        core::set_option(handle_, CURLOPT_RESOLVE, address_.get());
         core::set_option(handle_, CURLOPT_FORBID_REUSE, 1LL);
         core::set_option(handle_, CURLOPT_NOBODY, 1LL);
         core::set_option(handle_, CURLOPT_SERVER_RESPONSE_TIMEOUT, patience_.count());

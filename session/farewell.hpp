@@ -3,6 +3,7 @@
 #include <tarnix/io/ftp/core.hpp>
 
 #include <chrono>
+#include <string>
 
 namespace tarnix::ftp {
 
@@ -11,10 +12,8 @@ namespace tarnix::ftp {
 class farewell {
 public:
     /// `patience` is how long the server may take to answer. The handle must live longer.
-    farewell(io::ftp::core::curl_ptr& handle, std::chrono::seconds patience)
-        : handle_(handle), patience_(patience)
-    {
-    }
+    farewell(io::ftp::core::curl_ptr& handle, std::chrono::seconds patience,
+             const std::string& host, long port);
     ~farewell();
     farewell(const farewell&) = delete;
     farewell& operator=(const farewell&) = delete;
@@ -22,6 +21,7 @@ public:
 private:
     io::ftp::core::curl_ptr& handle_;
     std::chrono::seconds patience_;
+    io::ftp::core::slist address_;
 };
 
 } // namespace tarnix::ftp

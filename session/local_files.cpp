@@ -22,6 +22,17 @@ std::string named(const fs::path& local)
     return "the local file \"" + local.string() + '"';
 }
 
+/// None when another block fits at the end of the file, which is more than may be left of its last.
+std::optional<int> error_of_growing(const fs::path& written)
+{
+    constexpr std::size_t block = 64 * 1024;
+    errno = 0;
+    std::ofstream file(written, std::ios::binary | std::ios::app);
+    file << std::string(block, '\0') << std::flush;
+    const auto error = errno;
+    return file ? std::nullopt : std::optional(error);
+}
+
 } // namespace
 
 std::optional<explanation> explain_source(const fs::path& local, std::optional<std::uintmax_t> size,
@@ -47,15 +58,15 @@ std::optional<explanation> explain_source(const fs::path& local, std::optional<s
     return std::nullopt;
 }
 
+bool can_grow(const fs::path& written)
+{
+    return !error_of_growing(written);
+}
+
 std::string explain_target(const fs::path& local, const fs::path& written)
 {
-    errno = 0;
-    std::ofstream file(written, std::ios::binary | std::ios::app);
-    // More than may be left of the last block.
-    constexpr std::size_t block = 64 * 1024;
-    file << std::string(block, '\0') << std::flush;
-    const auto error = errno;
-    return named(local) + " could not be written" + (file ? "" : system_text(error));
+    return named(local) + " could not be written" +
+           system_text(error_of_growing(written).value_or(0));
 }
 
 std::string explain_target(const fs::path& local,

@@ -14,10 +14,13 @@
 namespace tarnix::ftp {
 
 /// What is wrong with a local file whose upload broke off after `sent` bytes and that was `size`
-/// bytes long before; none when it can be read as far as libcurl may have read ahead. Text uploads
-/// have no `size`: they do not send byte by byte.
+/// bytes long before, where that is known; none when it can be read as far as libcurl may have read
+/// ahead.
 std::optional<explanation> explain_source(const std::filesystem::path& local,
                                           std::optional<std::uintmax_t> size, curl_off_t sent);
+
+/// Whether more can be written at the end of a file that is no longer wanted.
+bool can_grow(const std::filesystem::path& written);
 
 /// What is to be said of a local file that could not be written: its name, and the reason where
 /// one more try at the end of `written`, which holds what has arrived, tells.

@@ -7,9 +7,13 @@
 #include <optional>
 #include <random>
 #include <string>
+#include <string_view>
 #include <system_error>
+#include <vector>
 
 #include <fcntl.h>
+#include <linux/limits.h>
+#include <sys/xattr.h>
 #include <unistd.h>
 
 namespace tarnix::ftp {
@@ -82,36 +86,85 @@ int make_beside(const fs::path& target, mode_t mode, fs::path& path)
     return -1;
 }
 
+/// Wherever the process goes until the file is complete.
+fs::path made_absolute(const fs::path& target)
+{
+    if (!target.has_filename())
+        raise(target, "it names no file");
+    std::error_code failed;
+    auto path = fs::absolute(target, failed);
+    if (failed)
+        raise(target, failed.message());
+    return path;
+}
+
+constexpr auto access_list = "system.posix_acl_access";
+
+/// The access control list of a file in the form that the system keeps it in; empty without one.
+std::vector<char> access_list_of(const fs::path& file)
+{
+    std::vector<char> list(XATTR_SIZE_MAX);
+    const auto size = ::getxattr(file.c_str(), access_list, list.data(), list.size());
+    list.resize(size > 0 ? static_cast<std::size_t>(size) : 0);
+    return list;
+}
+
+/// The group gets no more than everybody.
+mode_t no_more_for_group(mode_t mode)
+{
+    constexpr mode_t group = 070;
+    const auto others = mode & 07;
+    return mode & (~group | others << 3);
+}
+
+/// Gives a new file the owner, the group and the rights of the one that it replaces, as far as the
+/// process may, and nobody more than they had.
+void take_over_access(int descriptor, const struct stat& old,
+                      const std::vector<char>& list) noexcept
+{
+    if (::fchown(descriptor, old.st_uid, old.st_gid) != 0)
+        static_cast<void>(::fchown(descriptor, static_cast<uid_t>(-1), old.st_gid) != 0);
+    struct stat made {};
+    if (::fstat(descriptor, &made) != 0)
+        return;
+    auto like = old;
+    const auto is_same = old.st_uid == made.st_uid && old.st_gid == made.st_gid;
+    // Beside a list the bits of the group are the most that anyone in the list gets.
+    if (!list.empty() &&
+        (!is_same || ::fsetxattr(descriptor, access_list, list.data(), list.size(), 0) != 0))
+        like.st_mode = no_more_for_group(old.st_mode);
+    ::fchmod(descriptor, mode_in_place_of(like, made));
+}
+
 } // namespace
 
 mode_t mode_in_place_of(const struct stat& old, const struct stat& made)
 {
     constexpr mode_t all = 0777;
     constexpr mode_t read_and_write = 0600;
-    constexpr mode_t group = 070;
-    auto mode = old.st_mode & all;
+    const auto mode = old.st_mode & all;
     if (old.st_uid == made.st_uid && old.st_gid == made.st_gid)
         return mode;
-    const auto others = mode & 07;
-    mode &= ~group | others << 3;
-    return mode | read_and_write;
+    if (old.st_gid == made.st_gid)
+        return mode | read_and_write;
+    return no_more_for_group(mode) | read_and_write;
 }
 
-pending_file::pending_file(const fs::path& target) : target_(behind_links(target))
+pending_file::pending_file(const fs::path& target) : target_(behind_links(made_absolute(target)))
 {
     constexpr mode_t of_new_files = 0666; // less what the process masks out
     constexpr mode_t own = 0600;
     const auto replaced = find_replaceable(target_);
+    const auto list = replaced ? access_list_of(target_) : std::vector<char>();
     fs::path path;
     const auto descriptor = make_beside(target_, replaced ? own : of_new_files, path);
     if (descriptor == -1)
-        raise(target_, errno);
+        raise(target_, "no file can be made beside it: " + std::generic_category().message(errno));
     // The destructor of an object that was not completed does not run: nothing may throw from
     // here on.
     pending_.swap(path);
-    struct stat made {};
-    if (replaced && ::fstat(descriptor, &made) == 0)
-        ::fchmod(descriptor, mode_in_place_of(*replaced, made));
+    if (replaced)
+        take_over_access(descriptor, *replaced, list);
     ::close(descriptor);
 }
 

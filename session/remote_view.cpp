@@ -5,6 +5,7 @@
 #include <boost/algorithm/string/predicate.hpp>
 
 #include <algorithm>
+#include <string_view>
 #include <utility>
 
 namespace tarnix::ftp {
@@ -39,7 +40,8 @@ bool refuses_the_name(const replies& server)
 /// Some servers refuse to list an empty folder, with the codes of a real refusal.
 bool says_that_nothing_is_there(const std::string& refusal)
 {
-    return boost::algorithm::icontains(refusal, "no files") ||
+    const auto text = refusal.substr(std::min(refusal.size(), std::string_view("550 ").size()));
+    return boost::algorithm::istarts_with(text, "no files") ||
            (refusal.starts_with("450") && boost::algorithm::icontains(refusal, "no such file"));
 }
 
@@ -62,7 +64,19 @@ std::string remote_view::folder_url(const std::string& path)
 
 answer remote_view::ask(const std::string& url, question what)
 {
-    auto given = tarnix::ftp::ask(link_.handle(), link_.watching(), url, what);
+    const auto once = [&] {
+        return tarnix::ftp::ask(link_.handle(), link_.watching(), url, what, largest_body(what));
+    };
+    auto given = once();
+    // libssh2 takes the end of the connection for the answer that it had before, also for "no". To
+    // read the first bytes ends the connection too.
+    if (is_lost(given) && what != question::first_bytes) {
+        given = once();
+        if (is_lost(given)) {
+            given.code = CURLE_RECV_ERROR;
+            given.error = "the connection was lost";
+        }
+    }
     // A server that refuses a transfer may close its TLS data connection at once. libcurl then asks
     // for another data connection and takes the refusal for the answer, and from there on each
     // reply for the answer to the next command.
@@ -72,6 +86,11 @@ answer remote_view::ask(const std::string& url, question what)
             given.code = CURLE_FTP_COULDNT_RETR_FILE;
     }
     return given;
+}
+
+bool remote_view::is_lost(const answer& given) const
+{
+    return is_sftp_ && given.code != CURLE_OK && link_.has_reconnected();
 }
 
 bool remote_view::has_folder(const std::string& path)

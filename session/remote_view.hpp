@@ -30,6 +30,9 @@ public:
     std::string listing(const std::string& path, const std::string& what);
     std::vector<std::string> names(const std::string& path, const std::string& what);
 
+    /// The library's last operation lost its connection, and libssh2 does not tell.
+    bool lost_connection() const { return is_sftp_ && link_.has_reconnected(); }
+
     /// One request of one's own.
     answer ask(const std::string& url, question what);
 
@@ -38,6 +41,7 @@ public:
                             const std::string& reason) const;
 
 private:
+    bool is_lost(const answer& given) const;
     bool has_file(const std::string& path);
     bool is_listed(const std::string& path);
     std::string fetch(const std::string& path, const std::string& what, question form);

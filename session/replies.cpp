@@ -36,6 +36,9 @@ void replies::add(std::string_view line)
     refusal_.reset();
     if (line.starts_with('4') || line.starts_with('5'))
         refusal_ = line;
+    doubtful_end_.reset();
+    if (!refusal_ && (!line.starts_with('2') || line.starts_with("202"))) // 202: not implemented
+        doubtful_end_ = line;
     transfer_ended_ = transfer_began_ && line.starts_with('2');
     transfer_began_ = transfer_began_ || line.starts_with('1');
     has_file_size_ = has_file_size_ || line.starts_with("213");

@@ -23,6 +23,10 @@ public:
     /// earlier the client found another way for.
     const std::optional<std::string>& refusal() const { return refusal_; }
 
+    /// The last reply that was neither a refusal nor "done": the library takes all of them for
+    /// success, but for an operation of one's own it is none. None when nothing was said.
+    const std::optional<std::string>& doubtful_end() const { return doubtful_end_; }
+
     /// The last reply neither refused something nor ended a transfer: there should be another one.
     bool lack_an_end() const { return !refusal_ && !transfer_ended_; }
 
@@ -32,6 +36,7 @@ public:
 
 private:
     std::optional<std::string> refusal_;
+    std::optional<std::string> doubtful_end_;
     bool transfer_began_ = false;
     bool transfer_ended_ = false;
     bool has_file_size_ = false;

@@ -51,14 +51,14 @@ bool knows_time(core::curl_ptr& handle)
 } // namespace
 
 answer ask(core::curl_ptr& handle, watch& watching, const std::string& url, question what,
-           std::size_t largest_body)
+           std::size_t limit)
 {
     // An SFTP session keeps the names listing that its connect chose.
     const auto usual_listing = url.starts_with("sftp://") ? 1 : 0;
     const auto nothing_to_read = what == question::folder || what == question::file;
     const auto upload = what == question::append_nothing;
     answer result;
-    body_reader body{result.body, watching, largest_body};
+    body_reader body{result.body, watching, limit};
     std::array<char, CURL_ERROR_SIZE> error{};
     core::scoped_request request(handle);
     // Without a write function of its own a request that has no body still prints to the standard
@@ -81,7 +81,7 @@ answer ask(core::curl_ptr& handle, watch& watching, const std::string& url, ques
     result.code = request.perform().first;
     result.has_time = knows_time(handle);
     if (body.is_full)
-        result.error = "the answer is longer than " + std::to_string(largest_body) + " bytes";
+        result.error = "the answer is longer than " + std::to_string(limit) + " bytes";
     else if (result.code != CURLE_OK)
         result.error = error.front() ? error.data() : curl_easy_strerror(result.code);
     return result;

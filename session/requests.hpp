@@ -30,13 +30,20 @@ struct answer {
     bool has_time = false; ///< SFTP: the server knows when the file was changed
 };
 
-/// Far above every folder, and below what a server may fill the memory with.
-constexpr std::size_t usual_largest_body = 256 * 1024 * 1024;
+/// Far above every folder, and below what a server may fill the memory with: names are kept one by
+/// one, each with what a string takes.
+constexpr std::size_t largest_listing = 256 * 1024 * 1024;
+constexpr std::size_t largest_names = 32 * 1024 * 1024;
+
+constexpr std::size_t largest_body(question what)
+{
+    return what == question::names ? largest_names : largest_listing;
+}
 
 /// Asks at `url`, and moves the session back: two requests. Raises nothing for a failure. A body
-/// of more than `largest_body` bytes is one.
+/// of more than `limit` bytes is one.
 answer ask(io::ftp::core::curl_ptr& handle, watch& watching, const std::string& url, question what,
-           std::size_t largest_body = usual_largest_body);
+           std::size_t limit);
 
 /// Closes the connection; the next request logs in anew. Nothing is asked of the server.
 void leave_connection(io::ftp::core::curl_ptr& handle);

@@ -113,6 +113,16 @@ std::optional<std::uintmax_t> size_of(const std::filesystem::path& local)
     return unknown ? std::nullopt : std::optional(size);
 }
 
+/// Whether the local file was the reason that a download of which so much was received failed.
+bool is_stuck(const std::filesystem::path& written, transfer_mode mode, curl_off_t received)
+{
+    if (mode == transfer_mode::text) // in which line ends are taken out
+        return !can_grow(written);
+    std::error_code unknown;
+    const auto size = std::filesystem::file_size(written, unknown);
+    return !unknown && std::cmp_less(size, received);
+}
+
 bool is_home(const std::string& path)
 {
     return path == "~" || path.starts_with("~/") || path == "/~" || path.starts_with("/~/");
@@ -163,7 +173,6 @@ replies session::state::run(const std::string& what, Operation operation, Explai
         core::scoped_request recorded(link.handle());
         server.observe(recorded);
         operation(link.handle());
-        return server.heard();
     } catch (const foundation::core::except::IMsgIDException& error) {
         const auto* standard = dynamic_cast<const std::exception*>(&error);
         if (standard && kind_of(*standard) == failure_kind::local_file)
@@ -179,6 +188,10 @@ replies session::state::run(const std::string& what, Operation operation, Explai
         const auto found = explain(server.heard());
         std::throw_with_nested(failure(found.kind, what + ": " + found.reason));
     }
+    if (const auto& doubtful = server.heard().doubtful_end())
+        view.raise(what, failure_kind::transfer,
+                   "the server does not say that it is done: " + *doubtful);
+    return server.heard();
 }
 
 session::session(const url& server, const session_options& options)
@@ -336,7 +349,7 @@ void session::upload(const std::filesystem::path& local, const std::string& remo
     const auto remote_name = utf16_name(path);
     const auto local_name = utf16_path(local);
     const auto what = "cannot store " + quoted(path);
-    const auto size = mode == transfer_mode::binary ? size_of(local) : std::nullopt;
+    const auto size = size_of(local);
     const auto sent = [this] { return state_->link.watching().bytes_uploaded(); };
     state_->run(
         what,
@@ -349,7 +362,8 @@ void session::upload(const std::filesystem::path& local, const std::string& remo
                 return *found;
             return explain_upload(state_->view, path, server);
         });
-    // Over SFTP libcurl takes the end of the file for the end of the upload, wherever it comes.
+    // Over SFTP, and in text mode, which only adds bytes, libcurl takes the end of the file for the
+    // end of the upload, wherever it comes.
     if (size && std::cmp_less(sent(), *size))
         throw failure(failure_kind::transfer,
                       what + ": the local file became shorter while it was sent");
@@ -370,10 +384,7 @@ void session::download(const std::string& remote, const std::filesystem::path& l
                 core::receive_file(handle, remote_name, local_name, mode == transfer_mode::text);
             },
             [&](const replies& server) {
-                std::error_code unknown;
-                const auto written = std::filesystem::file_size(file.path(), unknown);
-                const auto received = state_->link.watching().bytes_downloaded();
-                if (mode == transfer_mode::binary && !unknown && std::cmp_less(written, received))
+                if (is_stuck(file.path(), mode, state_->link.watching().bytes_downloaded()))
                     return explanation{failure_kind::local_file,
                                        explain_target(local, file.path())};
                 return explain_download(state_->view, path, server);

@@ -53,8 +53,10 @@ void check_bounds(const session_options& options)
     if (options.transfer_timeout.count() < 0 || options.low_speed_limit < 0 ||
         options.low_speed_time.count() < 0)
         throw invalid_input("time-outs and speed limits must not be below 0");
-    if (options.reply_timeout.count() > std::numeric_limits<int>::max() / 1000)
-        throw invalid_input("the time-out for replies is too long");
+    constexpr auto longest = std::chrono::milliseconds(std::numeric_limits<int>::max());
+    if (options.reply_timeout > std::chrono::duration_cast<std::chrono::seconds>(longest) ||
+        options.connect_timeout > longest || options.transfer_timeout > longest)
+        throw invalid_input("a time-out is too long");
 }
 
 std::string tls_text(protocol scheme, const std::optional<tls_mode>& asked)

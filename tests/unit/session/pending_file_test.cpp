@@ -8,7 +8,12 @@
 
 #include <filesystem>
 #include <string>
+#include <string_view>
 #include <vector>
+
+#include <sys/stat.h>
+#include <sys/xattr.h>
+#include <unistd.h>
 
 namespace tarnix::ftp {
 namespace {
@@ -79,6 +84,67 @@ TEST_F(PendingFileTest, gets_the_permissions_of_the_old_file)
     file.commit();
     EXPECT_EQ(fs::status(folder_ / "a").permissions(),
               fs::perms::owner_read | fs::perms::owner_write);
+}
+
+TEST_F(PendingFileTest, keeps_owner_and_group_where_it_may)
+{
+    write_bytes(folder_ / "a", "old");
+    fs::permissions(folder_ / "a", fs::perms::owner_write | fs::perms::group_all);
+    // Only root may give a file away; for anybody else it is theirs already.
+    const auto is_root = ::geteuid() == 0;
+    ASSERT_EQ(
+        ::chown((folder_ / "a").c_str(), is_root ? 1 : ::geteuid(), is_root ? 2 : ::getegid()), 0);
+    struct stat before {};
+    ASSERT_EQ(::stat((folder_ / "a").c_str(), &before), 0);
+    pending_file file(folder_ / "a");
+    file.commit();
+    struct stat after {};
+    ASSERT_EQ(::stat((folder_ / "a").c_str(), &after), 0);
+    EXPECT_EQ(after.st_uid, before.st_uid);
+    EXPECT_EQ(after.st_gid, before.st_gid);
+    EXPECT_EQ(after.st_mode, before.st_mode);
+}
+
+TEST_F(PendingFileTest, keeps_the_access_control_list)
+{
+    write_bytes(folder_ / "a", "old");
+    fs::permissions(folder_ / "a", fs::perms::owner_read | fs::perms::owner_write);
+    // Version 2; owner rw, user 1234 rw, group none, mask rw, others none.
+    constexpr std::string_view list("\x02\0\0\0"
+                                    "\x01\0\x06\0\xFF\xFF\xFF\xFF"
+                                    "\x02\0\x06\0\xD2\x04\0\0"
+                                    "\x04\0\0\0\xFF\xFF\xFF\xFF"
+                                    "\x10\0\x06\0\xFF\xFF\xFF\xFF"
+                                    "\x20\0\0\0\xFF\xFF\xFF\xFF",
+                                    44);
+    constexpr auto name = "system.posix_acl_access";
+    const auto path = (folder_ / "a").string();
+    ASSERT_EQ(::setxattr(path.c_str(), name, list.data(), list.size(), 0), 0)
+        << "a file system without access control lists?";
+    pending_file file(folder_ / "a");
+    file.commit();
+    std::string kept(100, '\0');
+    const auto size = ::getxattr(path.c_str(), name, kept.data(), kept.size());
+    ASSERT_GT(size, 0);
+    kept.resize(static_cast<std::size_t>(size));
+    EXPECT_EQ(kept, list);
+}
+
+TEST_F(PendingFileTest, stays_where_it_was_begun)
+{
+    const auto here = fs::current_path();
+    fs::current_path(folder_.path());
+    pending_file file("a");
+    fs::current_path(here);
+    write_bytes(file.path(), "whole");
+    file.commit();
+    EXPECT_EQ(read_bytes(folder_ / "a"), "whole");
+}
+
+TEST_F(PendingFileTest, needs_a_name)
+{
+    EXPECT_THROW(pending_file(fs::path()), failure);
+    EXPECT_THROW(pending_file(folder_ / ""), failure);
 }
 
 TEST_F(PendingFileTest, never_runs_as_another_user)
@@ -174,11 +240,17 @@ TEST(ModeInPlaceOfTest, gives_another_group_no_more_than_everybody)
     auto made = old;
     made.st_gid = 1;
     EXPECT_EQ(mode_in_place_of(old, made), 0644U);
-    made = old;
-    made.st_uid = 1;
-    EXPECT_EQ(mode_in_place_of(old, made), 0644U);
     old.st_mode = S_IFREG | 0070;
     EXPECT_EQ(mode_in_place_of(old, made), 0600U);
+}
+
+TEST(ModeInPlaceOfTest, lets_another_owner_read_and_write)
+{
+    struct stat old {};
+    old.st_mode = S_IFREG | 0464;
+    auto made = old;
+    made.st_uid = 1;
+    EXPECT_EQ(mode_in_place_of(old, made), 0664U);
 }
 
 } // namespace

@@ -269,6 +269,52 @@ TEST_F(MisbehavingServerTest, the_servers_words_reach_the_caller)
                 HasSubstr("550 not yours"));
 }
 
+TEST_F(MisbehavingServerTest, only_done_is_done)
+{
+    server_.tree().add_file("/home/file", "x");
+    auto session = connect();
+    server_.reply_to("DELE", 202, "not implemented");
+    EXPECT_THAT(failure_of_kind(failure_kind::transfer, [&] { session.remove_file("file"); }),
+                HasSubstr("202 not implemented"));
+    server_.reply_to("MKD", 350, "more, please");
+    failure_of_kind(failure_kind::transfer, [&] { session.make_folder("new"); });
+    EXPECT_TRUE(session.exists("file"));
+}
+
+TEST_F(MisbehavingServerTest, a_refusal_that_speaks_of_files_is_no_empty_folder)
+{
+    auto session = connect();
+    server_.reply_to("LIST", 550, "/casino files: Permission denied");
+    failure_of_kind(failure_kind::permission, [&] { session.list(); });
+}
+
+TEST_F(MisbehavingServerTest, a_text_that_does_not_fit_on_the_disk_is_told_from_a_lost_connection)
+{
+    server_.tree().add_file("/home/file", std::string(100'000, 'x'));
+    auto session = connect();
+    const auto before = std::signal(SIGXFSZ, SIG_IGN);
+    rlimit usual{};
+    ASSERT_EQ(::getrlimit(RLIMIT_FSIZE, &usual), 0);
+    const rlimit small{1000, usual.rlim_max};
+    ASSERT_EQ(::setrlimit(RLIMIT_FSIZE, &small), 0);
+    failure_of_kind(failure_kind::local_file,
+                    [&] { session.download("file", local_ / "x", ftp::transfer_mode::text); });
+    ::setrlimit(RLIMIT_FSIZE, &usual);
+    std::signal(SIGXFSZ, before);
+}
+
+TEST_F(MisbehavingServerTest, the_hosts_handling_of_broken_pipes_stays)
+{
+    const auto before = std::signal(SIGPIPE, SIG_DFL);
+    {
+        auto session = connect();
+        session.names();
+        server_.drop_connections();
+        session.names();
+    }
+    EXPECT_EQ(std::signal(SIGPIPE, before), SIG_DFL);
+}
+
 TEST_F(MisbehavingServerTest, a_lost_connection_is_no_refusal)
 {
     server_.tree().add_file("/home/file", "x");

@@ -8,7 +8,7 @@ namespace tarnix::host {
 /// The first character of a text that may come from anywhere, seen as a terminal sees it.
 struct first_character {
     std::size_t length; ///< in bytes
-    bool is_control;    ///< a terminal may obey it instead of showing it
+    bool is_control;    ///< a terminal may obey it instead of showing it, or show others elsewhere
 };
 
 /// Looks at the beginning of `text`, which is not empty. What is not well-formed UTF-8 counts byte
@@ -33,7 +33,12 @@ constexpr first_character look_at_first_character(std::string_view text) noexcep
     for (std::size_t i = 2; i < length; ++i)
         if (byte(i) < 0x80 || byte(i) > 0xBF)
             return alone;
-    return {length, lead == 0xC2 && byte(1) < 0xA0};
+    const auto is_old_control = lead == 0xC2 && byte(1) < 0xA0;
+    // U+2028 to U+202E and U+2066 to U+2069: line ends, and changes of the direction of writing.
+    const auto is_layout =
+        lead == 0xE2 && ((byte(1) == 0x80 && byte(2) >= 0xA8 && byte(2) <= 0xAE) ||
+                         (byte(1) == 0x81 && byte(2) >= 0xA6 && byte(2) <= 0xA9));
+    return {length, is_old_control || is_layout};
 }
 
 } // namespace tarnix::host

@@ -15,7 +15,7 @@ enum class tls_mode {
 };
 
 /// How to connect. As they stand the options never make a connection that nothing verifies, and
-/// none that waits without end.
+/// none that waits without end for a server that sends nothing.
 struct session_options {
     /// For a URL without a port; must not contradict one that has it.
     std::optional<std::uint16_t> port;
@@ -58,7 +58,8 @@ struct session_options {
     long low_speed_limit = 1;
     std::chrono::seconds low_speed_time{60};
 
-    /// Asked about once a second while a request runs, on the thread that runs it; true ends it.
+    /// Asked at least once a second while a request runs, also the one that says goodbye, on the
+    /// thread that runs it; true ends it.
     std::function<bool()> cancelled;
 };
 
