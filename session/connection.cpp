@@ -90,13 +90,6 @@ connection::connection(const settings& wanted)
     set_login(wanted);
 }
 
-bool connection::has_reconnected() const
-{
-    long connections = 0;
-    curl_easy_getinfo(handle_.get(), CURLINFO_NUM_CONNECTS, &connections);
-    return connections > 0;
-}
-
 /// What the library's connect has no parameter for, and what the first request needs: the same
 /// values as connect sets, so that it finds that request's connection fit for reuse.
 void connection::set_options(const settings& wanted)

@@ -21,10 +21,6 @@ public:
     io::ftp::core::curl_ptr& handle() { return handle_; }
     watch& watching() { return watch_; }
 
-    /// The last request, as a rule the one that brought the session back, needed a new connection:
-    /// the one before had lost its own.
-    bool has_reconnected() const;
-
     /// Absolute.
     const std::string& login_folder() const { return login_folder_; }
 

@@ -24,10 +24,10 @@ explanation from_answer(const answer& given, const std::string& nothing_wrong)
     return {kind_of(given.code), given.error};
 }
 
-/// A lost connection, and a refusal that is not about the name, need no looking.
-std::optional<explanation> plain_reason(const remote_view& view, const replies& server)
+/// A lost connection, and a refusal that is not about the name, need no looking at the name.
+std::optional<explanation> plain_reason(remote_view& view, const replies& server)
 {
-    if (view.is_sftp() ? view.lost_connection() : server.lack_an_end())
+    if (view.is_sftp() ? view.has_lost_connection() : server.lack_an_end())
         return explanation{failure_kind::connection, "the connection was lost"};
     const auto& refusal = server.refusal();
     if (!refusal || is_about_the_name(*refusal))

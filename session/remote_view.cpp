@@ -90,7 +90,13 @@ answer remote_view::ask(const std::string& url, question what)
 
 bool remote_view::is_lost(const answer& given) const
 {
-    return is_sftp_ && given.code != CURLE_OK && link_.has_reconnected();
+    // The request that brought the session back finds out.
+    return is_sftp_ && given.code != CURLE_OK && has_connected(link_.handle());
+}
+
+bool remote_view::has_lost_connection()
+{
+    return has_connected(link_.handle()) || ask(url("/"), question::file).has_connected;
 }
 
 bool remote_view::has_folder(const std::string& path)

@@ -30,8 +30,8 @@ public:
     std::string listing(const std::string& path, const std::string& what);
     std::vector<std::string> names(const std::string& path, const std::string& what);
 
-    /// The library's last operation lost its connection, and libssh2 does not tell.
-    bool lost_connection() const { return is_sftp_ && link_.has_reconnected(); }
+    /// SFTP: the operation before lost its connection, which libssh2 does not tell. One look.
+    bool has_lost_connection();
 
     /// One request of one's own.
     answer ask(const std::string& url, question what);

@@ -80,6 +80,7 @@ answer ask(core::curl_ptr& handle, watch& watching, const std::string& url, ques
             .setopt(CURLOPT_UPLOAD, 1, 0);
     result.code = request.perform().first;
     result.has_time = knows_time(handle);
+    result.has_connected = has_connected(handle);
     if (body.is_full)
         result.error = "the answer is longer than " + std::to_string(limit) + " bytes";
     else if (result.code != CURLE_OK)
@@ -93,6 +94,13 @@ void leave_connection(core::curl_ptr& handle)
         .setopt(CURLOPT_FORBID_REUSE, 1, 0)
         .setopt(CURLOPT_NOBODY, 1, 0)
         .perform();
+}
+
+bool has_connected(core::curl_ptr& handle)
+{
+    long connections = 0;
+    curl_easy_getinfo(handle.get(), CURLINFO_NUM_CONNECTS, &connections);
+    return connections > 0;
 }
 
 std::optional<std::string> decisive_refusal(CURLcode code, const replies& server)

@@ -27,7 +27,8 @@ struct answer {
     std::string error; ///< libcurl's text, when there was a failure
     std::string body;
     replies server;
-    bool has_time = false; ///< SFTP: the server knows when the file was changed
+    bool has_time = false;      ///< SFTP: the server knows when the file was changed
+    bool has_connected = false; ///< over a new connection: the one before was lost earlier
 };
 
 /// Far above every folder, and below what a server may fill the memory with: names are kept one by
@@ -44,6 +45,9 @@ constexpr std::size_t largest_body(question what)
 /// of more than `limit` bytes is one.
 answer ask(io::ftp::core::curl_ptr& handle, watch& watching, const std::string& url, question what,
            std::size_t limit);
+
+/// The last request needed a new connection.
+bool has_connected(io::ftp::core::curl_ptr& handle);
 
 /// Closes the connection; the next request logs in anew. Nothing is asked of the server.
 void leave_connection(io::ftp::core::curl_ptr& handle);
