@@ -11,6 +11,7 @@
 #include <algorithm>
 #include <array>
 #include <exception>
+#include <new>
 #include <optional>
 
 namespace tarnix::ftp {
@@ -26,9 +27,18 @@ std::size_t discard(char*, std::size_t size, std::size_t count, void*) noexcept
     return size * count;
 }
 
+/// A text that libcurl does not take is as if it had never been set: no user, no proxy instead of
+/// none at all, no file of known host keys. So, unlike the library, this looks at the answer.
 void set_text(core::curl_ptr& handle, CURLoption option, const std::string& text)
 {
-    core::set_option(handle, option, text.c_str());
+    switch (curl_easy_setopt(handle.get(), option, text.c_str())) {
+    case CURLE_OK:
+        return;
+    case CURLE_OUT_OF_MEMORY:
+        throw std::bad_alloc();
+    default:
+        throw invalid_input("a text that is meant for the connection is too long for libcurl");
+    }
 }
 
 curl_usessl tls_level(const std::string& tls)
@@ -75,6 +85,8 @@ connection::connection(const settings& wanted)
     if (is_old_libcurl())
         core::set_option(handle_, CURLOPT_HAPPY_EYEBALLS_TIMEOUT_MS, 1LL);
     login_folder_ = absolute_path("/", undouble_quotes(enter_login_folder(wanted)));
+    // The library's connect has set these anew, and has not seen whether it could.
+    set_login(wanted);
 }
 
 /// What the library's connect has no parameter for, and what the first request needs: the same
@@ -91,11 +103,9 @@ void connection::set_options(const settings& wanted)
     core::set_option(handle_, CURLOPT_SERVER_RESPONSE_TIMEOUT, options.reply_timeout.count());
     watch_.observe(handle_);
 
-    set_text(handle_, CURLOPT_USERNAME, wanted.user);
     core::set_option(handle_, CURLOPT_PORT, wanted.port);
     core::set_option(handle_, CURLOPT_SSL_VERIFYHOST, options.verify_host);
     core::set_option(handle_, CURLOPT_SSL_VERIFYPEER, options.verify_peer);
-    set_text(handle_, CURLOPT_CAINFO, wanted.ca_file);
     if (!options.ca_file.empty())
         core::set_option(handle_, CURLOPT_CAPATH, static_cast<const void*>(nullptr));
     if (wanted.is_sftp()) {
@@ -107,6 +117,14 @@ void connection::set_options(const settings& wanted)
     } else {
         set_tls(wanted);
     }
+    set_login(wanted);
+}
+
+void connection::set_login(const settings& wanted)
+{
+    const auto& options = wanted.options;
+    set_text(handle_, CURLOPT_USERNAME, wanted.user);
+    set_text(handle_, CURLOPT_CAINFO, wanted.ca_file);
     if (wanted.with_key) {
         core::set_option(handle_, CURLOPT_SSH_AUTH_TYPES, CURLSSH_AUTH_PUBLICKEY);
         set_text(handle_, CURLOPT_SSH_PRIVATE_KEYFILE, options.private_key_file);

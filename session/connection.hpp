@@ -25,6 +25,7 @@ public:
 
 private:
     void set_options(const settings& wanted);
+    void set_login(const settings& wanted);
     void set_tls(const settings& wanted);
     void verify_host_key(const settings& wanted);
     void log_in(const settings& wanted);

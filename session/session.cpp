@@ -1,5 +1,6 @@
 #include "connection.hpp"
 #include "explanations.hpp"
+#include "local_files.hpp"
 #include "paths.hpp"
 #include "pending_file.hpp"
 #include "requests.hpp"
@@ -13,6 +14,7 @@
 
 #include <exception>
 #include <new>
+#include <optional>
 #include <system_error>
 #include <utility>
 
@@ -101,7 +103,15 @@ core::ustring name_for_command(const remote_view& view, const std::string& path)
     return utf16_name(view.is_sftp() ? escape_quotes(path) : path);
 }
 
-const std::string not_written = "the local file could not be written";
+/// None of what is no plain file.
+std::optional<std::uintmax_t> size_of(const std::filesystem::path& local)
+{
+    std::error_code unknown;
+    if (!std::filesystem::is_regular_file(local, unknown))
+        return std::nullopt;
+    const auto size = std::filesystem::file_size(local, unknown);
+    return unknown ? std::nullopt : std::optional(size);
+}
 
 bool is_home(const std::string& path)
 {
@@ -326,18 +336,21 @@ void session::upload(const std::filesystem::path& local, const std::string& remo
     const auto remote_name = utf16_name(path);
     const auto local_name = utf16_path(local);
     const auto what = "cannot store " + quoted(path);
-    std::error_code unknown;
-    const auto is_plain = std::filesystem::is_regular_file(local, unknown);
-    const auto size = is_plain ? std::filesystem::file_size(local, unknown) : 0;
+    const auto size = mode == transfer_mode::binary ? size_of(local) : std::nullopt;
+    const auto sent = [this] { return state_->link.watching().bytes_uploaded(); };
     state_->run(
         what,
         [&](core::curl_ptr& handle) {
             core::send_file(handle, local_name, remote_name, mode == transfer_mode::text);
         },
-        [&](const replies& server) { return explain_upload(state_->view, path, server); });
+        [&](const replies& server) {
+            // The library drops what the file layer reports while it reads.
+            if (auto found = explain_source(local, size, sent()))
+                return *found;
+            return explain_upload(state_->view, path, server);
+        });
     // Over SFTP libcurl takes the end of the file for the end of the upload, wherever it comes.
-    const auto uploaded = state_->link.watching().bytes_uploaded();
-    if (mode == transfer_mode::binary && !unknown && std::cmp_less(uploaded, size))
+    if (size && std::cmp_less(sent(), *size))
         throw failure(failure_kind::transfer,
                       what + ": the local file became shorter while it was sent");
 }
@@ -361,12 +374,14 @@ void session::download(const std::string& remote, const std::filesystem::path& l
                 const auto written = std::filesystem::file_size(file.path(), unknown);
                 const auto received = state_->link.watching().bytes_downloaded();
                 if (mode == transfer_mode::binary && !unknown && std::cmp_less(written, received))
-                    return explanation{failure_kind::local_file, not_written};
+                    return explanation{failure_kind::local_file,
+                                       explain_target(local, file.path())};
                 return explain_download(state_->view, path, server);
             });
-    } catch (const foundation::core::except::IMsgIDException&) {
+    } catch (const foundation::core::except::IMsgIDException& error) {
         // Of the local file, by a name that the caller does not know.
-        std::throw_with_nested(failure(failure_kind::local_file, what + ": " + not_written));
+        std::throw_with_nested(
+            failure(failure_kind::local_file, what + ": " + explain_target(local, error)));
     }
     file.commit();
 }

@@ -110,7 +110,7 @@ std::string bare_fingerprint(const std::string& text)
         bare.pop_back();
     const auto valid = bare.find_first_not_of("ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz"
                                               "0123456789+/") == std::string::npos;
-    if (!bare.empty() && (!valid || bare.size() != length_of_sha256))
+    if (!text.empty() && (!valid || bare.size() != length_of_sha256))
         throw invalid_input("the host key's fingerprint is not of the form SHA256:... with 43 "
                             "characters");
     return bare;

@@ -141,6 +141,11 @@ url parse_url(std::string_view text)
 
     const auto parts = parse_authority(authority);
     result.host = host_of(parts.get());
+    // libcurl has decoded it, and would decode it again when it gets the host in a URL.
+    const auto is_name = !result.host.starts_with('[');
+    if (has_control_character(result.host) ||
+        (is_name && result.host.find('%') != std::string::npos))
+        throw invalid_url("the host in the URL is not a host name or address");
     result.port = port_of(get(parts.get(), CURLUPART_PORT));
     if (at != std::string::npos) {
         const auto login = std::string_view(authority).substr(0, at);

@@ -1,11 +1,16 @@
 #include "scripted_server.hpp"
 
+#include <linux/sockios.h>
+#include <sys/ioctl.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <cstdlib>
+#include <iomanip>
+#include <iostream>
 #include <limits>
 #include <utility>
 
@@ -60,6 +65,21 @@ std::string sane_data(const std::string& verb)
     return "hello";
 }
 
+bool ends_reply(std::string_view line)
+{
+    const auto is_digit = [](char c) { return c >= '0' && c <= '9'; };
+    return line.size() > 3 && std::all_of(line.begin(), line.begin() + 3, is_digit) &&
+           line[3] == ' ';
+}
+
+/// For people who look at one input.
+void show(std::string_view who, const std::string& what)
+{
+    static const auto* const wanted = std::getenv("TARNIX_FUZZ_SHOW");
+    if (wanted)
+        std::cerr << who << std::quoted(what) << '\n';
+}
+
 } // namespace
 
 server_socket::~server_socket()
@@ -81,6 +101,28 @@ void server_socket::flush(std::size_t limit)
         outgoing_.erase(0, static_cast<std::size_t>(sent));
         limit -= static_cast<std::size_t>(sent);
     }
+}
+
+void server_socket::flush_replies(std::size_t limit)
+{
+    int unread = 0;
+    const auto asked = ::ioctl(descriptor_, SIOCOUTQ, &unread) == 0;
+    if (!asked || unread > 0 || owes_nothing())
+        return;
+    std::size_t count = 0;
+    while (count < std::min(limit, outgoing_.size())) {
+        const char next = outgoing_[count++];
+        line_ += next;
+        if (next != '\n')
+            continue;
+        const auto ends = ends_reply(line_);
+        line_.clear();
+        if (ends) {
+            --owed_;
+            break;
+        }
+    }
+    flush(count);
 }
 
 std::string server_socket::receive()
@@ -129,10 +171,11 @@ void scripted_server::serve()
     continue_transfer();
     const auto limit = script_.byte_by_byte ? 1 : std::numeric_limits<std::size_t>::max();
     for (auto& client : controls_)
-        client.socket.flush(limit);
+        client.socket.flush_replies(limit);
     controls_.remove_if([this](const control& client) {
         const auto ends =
-            client.socket.client_has_gone() || (client.ends && client.socket.is_flushed());
+            client.socket.client_has_gone() ||
+            (client.ends && (client.socket.is_flushed() || client.socket.owes_nothing()));
         if (ends && &client == transferring_) {
             data_.reset();
             transfer_ = transfer::none;
@@ -151,6 +194,7 @@ void scripted_server::read_commands(control& client)
             return;
         commands_.push_back(client.incoming.substr(0, end));
         client.incoming.erase(0, end + 1);
+        show("client: ", commands_.back());
         answer(client, commands_.back());
     }
 }
@@ -226,6 +270,8 @@ std::string scripted_server::reply(control& client, const std::string& sane)
     }
     const auto answer = line.empty() ? scripted_reply{sane + "\r\n"} : read_reply(line);
     client.socket.send(answer.text);
+    client.socket.owe_reply();
+    show(answer.hangs_up ? "server, hanging up: " : "server: ", answer.text);
     client.ends = client.ends || answer.hangs_up;
     return answer.text;
 }

@@ -23,6 +23,12 @@ public:
     void send(std::string_view bytes) { outgoing_ += bytes; }
     /// No more than `limit` bytes of what is to be sent.
     void flush(std::size_t limit);
+    /// The same for replies: one for each call of `owe_reply`, and the next one not before the
+    /// client has read the one before. libcurl 7.88 reads a reply that it has not asked for with a
+    /// pointer into memory that it has freed; see docs/reliability.md.
+    void flush_replies(std::size_t limit);
+    void owe_reply() { ++owed_; }
+    bool owes_nothing() const { return owed_ == 0; }
     bool is_flushed() const { return outgoing_.empty(); }
     /// What has arrived. Empty when nothing has.
     std::string receive();
@@ -31,6 +37,8 @@ public:
 private:
     int descriptor_;
     std::string outgoing_;
+    int owed_ = 0;
+    std::string line_; ///< the beginning, already sent, of the line that is sent next
     bool client_has_gone_ = false;
 };
 

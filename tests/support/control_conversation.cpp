@@ -82,15 +82,34 @@ bool control_conversation::read_command()
 void control_conversation::answer()
 {
     const auto scripted = server_.script.next(word_);
+    fault_ = server_.faults.next(word_);
     if (scripted.close)
         control_.hold_back();
     if (scripted.instead)
         control_.write(*scripted.instead);
+    else if (fault_ && fault_->is_refused)
+        send("");
     else if (word_ == greeting)
         reply(220, "Ready.");
     else
         (this->*action_for(word_))();
     open_ = open_ && !scripted.close;
+}
+
+void control_conversation::send(const std::string& due)
+{
+    if (!fault_)
+        return control_.write(due);
+    const auto& fault = *fault_;
+    const auto words = fault.words ? fault.words(due) : due;
+    open_ = open_ && fault.then == reply_fault::ending::none;
+    if (fault.then == reply_fault::ending::reset)
+        control_.reset_when_closed();
+    control_.set_pacing(fault.how);
+    do {
+        control_.write(words);
+    } while (fault.repeats);
+    control_.set_pacing(server_.current_behaviour().control);
 }
 
 control_conversation::action control_conversation::action_for(const std::string& word)
@@ -117,7 +136,7 @@ control_conversation::action control_conversation::action_for(const std::string&
 
 void control_conversation::reply(int code, const std::string& text)
 {
-    control_.write(reply_line(code, text));
+    send(reply_line(code, text));
 }
 
 void control_conversation::reply_if(bool done, int code, const std::string& text)
@@ -186,7 +205,7 @@ void control_conversation::system_type()
 
 void control_conversation::features()
 {
-    control_.write("211-Features:\r\n EPSV\r\n EPRT\r\n SIZE\r\n MDTM\r\n UTF8\r\n211 End\r\n");
+    send("211-Features:\r\n EPSV\r\n EPRT\r\n SIZE\r\n MDTM\r\n UTF8\r\n211 End\r\n");
 }
 
 void control_conversation::auth()
@@ -233,15 +252,16 @@ void control_conversation::rename_to()
 
 void control_conversation::epsv()
 {
-    data_ = data_connection::passive(server_.stop);
+    data_ = data_connection::passive(server_.stop, server_.address);
     reply(229, "Connect to me (|||" + std::to_string(data_->port()) + "|)");
 }
 
 void control_conversation::pasv()
 {
-    data_ = data_connection::passive(server_.stop);
-    reply(227, "Connect to me (127,0,0,1," + std::to_string(data_->port() / 256) + ',' +
-                   std::to_string(data_->port() % 256) + ')');
+    data_ = data_connection::passive(server_.stop, server_.address);
+    reply(227, "Connect to me (" + replaced(server_.address, ".", ",") + ',' +
+                   std::to_string(data_->port() / 256) + ',' + std::to_string(data_->port() % 256) +
+                   ')');
 }
 
 void control_conversation::eprt()
@@ -316,6 +336,7 @@ void control_conversation::retrieve()
 void control_conversation::store()
 {
     run_transfer([this] {
+        misconduct_data({});
         const auto bytes = data_->receive();
         server_.received.add_data(bytes);
         return server_.tree.write(target(), is_text_ ? replaced(bytes, "\r\n", "\n") : bytes);
@@ -325,9 +346,34 @@ void control_conversation::store()
 void control_conversation::send_data(const std::string& bytes)
 {
     run_transfer([&] {
+        misconduct_data(bytes);
         data_->send(bytes, server_.current_behaviour().data);
         return true;
     });
+}
+
+void control_conversation::misconduct_data(const std::string& bytes)
+{
+    const auto behaviour = server_.current_behaviour();
+    if (behaviour.conduct == data_conduct::usual)
+        return;
+    if (behaviour.conduct == data_conduct::unopened)
+        wait_for_the_end();
+    auto stream = data_->open();
+    if (behaviour.conduct == data_conduct::idle)
+        wait_for_the_end();
+    stream.set_pacing(behaviour.data);
+    while (behaviour.conduct == data_conduct::endless)
+        stream.write(bytes);
+    stream.reset_when_closed();
+    throw disconnected("broken as scripted");
+}
+
+void control_conversation::wait_for_the_end()
+{
+    while (!control_.read_some().empty()) {
+    }
+    throw disconnected("the client has left");
 }
 
 template <typename Transfer>
@@ -336,6 +382,8 @@ void control_conversation::run_transfer(Transfer transfer)
     if (!data_)
         return reply(425, "Which data connection?");
     reply(150, "Here we go.");
+    if (!open_)
+        return;
     bool complete = false;
     bool accepted = false;
     try {
@@ -346,8 +394,11 @@ void control_conversation::run_transfer(Transfer transfer)
     }
     data_.reset();
     const auto scripted = server_.script.next(end_of(word_));
+    fault_ = server_.faults.next(end_of(word_));
     if (scripted.instead)
         control_.write(*scripted.instead);
+    else if (fault_ && fault_->is_refused)
+        send("");
     else if (!complete)
         reply(426, "The data connection broke.");
     else

@@ -5,6 +5,7 @@
 #include <support/loopback_socket.hpp>
 #include <support/open_connections.hpp>
 #include <support/reply_script.hpp>
+#include <support/step_faults.hpp>
 #include <support/transcript.hpp>
 
 #include <mutex>
@@ -22,19 +23,23 @@ struct server_behaviour {
     std::optional<int> last_command;
     /// In place of every listing.
     std::optional<std::string> listing;
+    data_conduct conduct = data_conduct::usual;
 };
 
 /// What the conversations of one server share; it outlives them.
 struct server_state {
-    explicit server_state(const std::string& folder) : login_folder(folder)
+    server_state(const std::string& folder, const std::string& where)
+        : login_folder(folder), address(where)
     {
         tree.add_folder(folder);
     }
 
     const std::string login_folder;
+    const std::string address;
     stop_signal stop;
     file_tree tree;
     reply_script script;
+    step_faults faults;
     transcript received;
     open_connections control_connections;
     std::mutex behaviour_mutex;
@@ -62,6 +67,8 @@ private:
 
     bool read_command();
     void answer();
+    /// Sends the reply that is due, or what the fault of this step makes of it.
+    void send(const std::string& due);
     void reply(int code, const std::string& text);
     void reply_if(bool done, int code, const std::string& text);
     /// The path that the argument names.
@@ -98,6 +105,9 @@ private:
     std::vector<std::string> names_to_list(bool& exists) const;
     void send_listing(bool exists, const std::vector<std::string>& lines);
     void send_data(const std::string& bytes);
+    /// What is done instead of a transfer ends with `disconnected`.
+    void misconduct_data(const std::string& bytes);
+    void wait_for_the_end();
     /// Announces a transfer, runs it and reports how it ended.
     template <typename Transfer>
     void run_transfer(Transfer transfer);
@@ -106,6 +116,7 @@ private:
     open_connections::entry listed_;
     int number_;
     server_state& server_;
+    std::optional<reply_fault> fault_;
     std::string unread_;
     std::string word_;
     std::string argument_;

@@ -2,9 +2,9 @@
 
 namespace tarnix::test {
 
-data_connection data_connection::passive(const stop_signal& stop)
+data_connection data_connection::passive(const stop_signal& stop, const std::string& address)
 {
-    return {tcp_listener(stop), stop};
+    return {tcp_listener(stop, address), stop};
 }
 
 data_connection data_connection::active(unsigned short port, const stop_signal& stop)

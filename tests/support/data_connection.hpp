@@ -11,11 +11,13 @@ namespace tarnix::test {
 class data_connection {
 public:
     /// Listens at once, so that the client may connect before it asks for the transfer.
-    static data_connection passive(const stop_signal& stop);
+    static data_connection passive(const stop_signal& stop, const std::string& address);
     static data_connection active(unsigned short port, const stop_signal& stop);
 
     /// Of whichever side listens.
     unsigned short port() const;
+    /// The connection itself.
+    tcp_stream open();
     /// Sends `bytes`, as slowly as `how` says, and closes.
     void send(const std::string& bytes, const pacing& how);
     /// Everything up to the end of the stream.
@@ -25,7 +27,6 @@ private:
     using peer = std::variant<tcp_listener, unsigned short>;
 
     data_connection(peer client, const stop_signal& stop);
-    tcp_stream open();
 
     peer client_;
     const stop_signal* stop_;

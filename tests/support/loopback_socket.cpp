@@ -11,6 +11,7 @@
 
 #include <algorithm>
 #include <array>
+#include <atomic>
 #include <cerrno>
 #include <cstdint>
 #include <initializer_list>
@@ -65,13 +66,14 @@ void pause(std::chrono::milliseconds time, const stop_signal& stop)
         throw disconnected("the server is being stopped");
 }
 
-sockaddr_in loopback(unsigned short port)
+sockaddr_in socket_address(const std::string& address, unsigned short port)
 {
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_port = htons(port);
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    return address;
+    sockaddr_in result{};
+    result.sin_family = AF_INET;
+    result.sin_port = htons(port);
+    if (inet_pton(AF_INET, address.c_str(), &result.sin_addr) != 1)
+        throw std::invalid_argument(address + " is no address");
+    return result;
 }
 
 // The socket functions take every address family through one pointer type.
@@ -80,16 +82,20 @@ const sockaddr* generic(const sockaddr_in& address)
     return reinterpret_cast<const sockaddr*>(&address);
 }
 
-descriptor new_socket()
-{
-    return descriptor(
-        checked(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0), "socket"));
-}
-
-void switch_on(int number, int option)
+void switch_on(int number, int level, int option)
 {
     const int on = 1;
-    checked(setsockopt(number, IPPROTO_TCP, option, &on, sizeof on), "setsockopt");
+    checked(setsockopt(number, level, option, &on, sizeof on), "setsockopt");
+}
+
+descriptor new_socket()
+{
+    descriptor made(
+        checked(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0), "socket"));
+    // The ports of connections that are over come free at once, not after a minute: thousands of
+    // short connections would use them all up.
+    switch_on(made.number(), SOL_SOCKET, SO_REUSEADDR);
+    return made;
 }
 
 bool would_block()
@@ -98,6 +104,14 @@ bool would_block()
 }
 
 } // namespace
+
+std::string new_loopback()
+{
+    static std::atomic<unsigned> count = 0;
+    const auto number = ++count;
+    return "127." + std::to_string(1 + getpid() % 254) + '.' + std::to_string(number / 254 % 256) +
+           '.' + std::to_string(1 + number % 254);
+}
 
 descriptor& descriptor::operator=(descriptor&& other) noexcept
 {
@@ -122,14 +136,21 @@ tcp_stream::tcp_stream(descriptor socket, const stop_signal& stop)
     : socket_(std::move(socket)), stop_(&stop)
 {
     // Two small replies in a row shall not wait for each other's acknowledgement.
-    switch_on(socket_.number(), TCP_NODELAY);
+    switch_on(socket_.number(), IPPROTO_TCP, TCP_NODELAY);
 }
 
-tcp_stream tcp_stream::connect_to(unsigned short port, const stop_signal& stop)
+tcp_stream tcp_stream::connect_to(unsigned short port, const stop_signal& stop,
+                                  const std::string& address)
 {
     auto socket = new_socket();
-    const auto address = loopback(port);
-    if (::connect(socket.number(), generic(address), sizeof address) != 0) {
+    if (address != usual_loopback) {
+        // From there too, so that no port of the usual address is used.
+        const auto source = socket_address(address, 0);
+        switch_on(socket.number(), IPPROTO_IP, IP_BIND_ADDRESS_NO_PORT);
+        checked(bind(socket.number(), generic(source), sizeof source), "bind");
+    }
+    const auto target = socket_address(address, port);
+    if (::connect(socket.number(), generic(target), sizeof target) != 0) {
         if (errno != EINPROGRESS)
             throw disconnected("nobody listens there");
         wait_for(socket.number(), POLLOUT, stop);
@@ -174,7 +195,14 @@ void tcp_stream::write(std::string_view bytes)
 
 void tcp_stream::hold_back()
 {
-    switch_on(socket_.number(), TCP_CORK);
+    switch_on(socket_.number(), IPPROTO_TCP, TCP_CORK);
+}
+
+void tcp_stream::reset_when_closed()
+{
+    const linger at_once{1, 0};
+    checked(setsockopt(socket_.number(), SOL_SOCKET, SO_LINGER, &at_once, sizeof at_once),
+            "setsockopt");
 }
 
 void tcp_stream::reset_when_closed()
@@ -201,19 +229,25 @@ std::size_t tcp_stream::write_piece(std::string_view bytes)
     }
 }
 
-bound_port::bound_port() : socket_(new_socket()), number_(0)
+bound_port::bound_port(const std::string& address) : socket_(new_socket()), number_(0)
 {
-    auto address = loopback(0);
-    checked(bind(socket_.number(), generic(address), sizeof address), "bind");
-    socklen_t size = sizeof address;
-    checked(getsockname(socket_.number(), reinterpret_cast<sockaddr*>(&address), &size),
+    auto bound = socket_address(address, 0);
+    checked(bind(socket_.number(), generic(bound), sizeof bound), "bind");
+    socklen_t size = sizeof bound;
+    checked(getsockname(socket_.number(), reinterpret_cast<sockaddr*>(&bound), &size),
             "getsockname");
-    number_ = ntohs(address.sin_port);
+    number_ = ntohs(bound.sin_port);
 }
 
-tcp_listener::tcp_listener(const stop_signal& stop) : stop_(&stop)
+tcp_listener::tcp_listener(const stop_signal& stop, const std::string& address)
+    : port_(address), stop_(&stop)
 {
-    checked(listen(port_.descriptor_number(), SOMAXCONN), "listen");
+    // Two sockets may get the same port as long as neither listens.
+    while (listen(port_.descriptor_number(), SOMAXCONN) != 0) {
+        if (errno != EADDRINUSE)
+            throw std::system_error(errno, std::generic_category(), "listen");
+        port_ = bound_port(address);
+    }
 }
 
 tcp_stream tcp_listener::accept()

@@ -49,6 +49,11 @@ struct pacing {
     std::optional<std::size_t> cut_after = std::nullopt;
 };
 
+constexpr auto usual_loopback = "127.0.0.1";
+/// Another address of this machine at each call. Connections that are over keep their ports for a
+/// minute: with thousands of them, all ports of one address are soon used up.
+std::string new_loopback();
+
 /// A connected stream socket on loopback. Every wait ends with `disconnected` when the stop signal
 /// is raised, and after ten minutes in any case.
 class tcp_stream {
@@ -56,7 +61,8 @@ public:
     tcp_stream(descriptor socket, const stop_signal& stop);
 
     /// Connects to a port of this machine; raises `disconnected` when nobody listens there.
-    static tcp_stream connect_to(unsigned short port, const stop_signal& stop);
+    static tcp_stream connect_to(unsigned short port, const stop_signal& stop,
+                                 const std::string& address = usual_loopback);
 
     /// The next bytes; empty at the end of the stream.
     std::string read_some();
@@ -79,11 +85,11 @@ private:
     pacing pacing_;
 };
 
-/// Holds a port of 127.0.0.1 that the system chooses. As long as nobody listens on the descriptor,
-/// connections to it are refused.
+/// Holds a port of a loopback address that the system chooses. As long as nobody listens on the
+/// descriptor, connections to it are refused.
 class bound_port {
 public:
-    bound_port();
+    explicit bound_port(const std::string& address = usual_loopback);
 
     unsigned short number() const { return number_; }
     int descriptor_number() const { return socket_.number(); }
@@ -93,12 +99,13 @@ private:
     unsigned short number_;
 };
 
-/// Listens on 127.0.0.1 on a port that the system chooses.
+/// Listens on a loopback address on a port that the system chooses.
 class tcp_listener {
 public:
-    explicit tcp_listener(const stop_signal& stop);
+    explicit tcp_listener(const stop_signal& stop, const std::string& address = usual_loopback);
 
     unsigned short port() const { return port_.number(); }
+    int descriptor_number() const { return port_.descriptor_number(); }
     tcp_stream accept();
 
 private:

@@ -27,9 +27,9 @@ struct scripted_answer {
 scripted_answer folder_is(const std::string& path);
 
 /// Stands between the library and libcurl in a test program that links it: while one exists, each
-/// call of `curl_easy_init`, `_setopt`, `_perform`, `_getinfo` and `_cleanup` on the thread that made
-/// it is written down.
-/// Options always reach the real handle; requests and queries only with `requests::real`.
+/// call of `curl_easy_init`, `_setopt`, `_perform`, `_getinfo` and `_cleanup` on the thread that
+/// made it is written down. Options always reach the real handle; requests and queries only with
+/// `requests::real`.
 ///
 /// A call is written as "NOBODY=1", "URL=ftp://a/", "QUOTE=[RNFR a][RNTO b]", "perform", "init" or
 /// "cleanup"; pointers are "null", a known name ("stdout", "fread", ...) or "set".

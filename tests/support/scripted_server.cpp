@@ -5,8 +5,10 @@
 
 namespace tarnix::test {
 
-scripted_server::scripted_server(const std::string& login_folder)
-    : state_(login_folder), listener_(state_.stop), acceptor_([this] { accept_connections(); })
+scripted_server::scripted_server(const std::string& login_folder, const std::string& address)
+    : state_(login_folder, address),
+      listener_(state_.stop, address),
+      acceptor_([this] { accept_connections(); })
 {
 }
 
@@ -75,9 +77,16 @@ void scripted_server::pace_data(const pacing& how)
     state_.behaviour.data = how;
 }
 
+void scripted_server::conduct_data(data_conduct how)
+{
+    const std::lock_guard lock(state_.behaviour_mutex);
+    state_.behaviour.conduct = how;
+}
+
 void scripted_server::clear_script()
 {
     state_.script.clear();
+    state_.faults.begin();
     const std::lock_guard lock(state_.behaviour_mutex);
     state_.behaviour = {};
 }

@@ -8,18 +8,20 @@
 
 namespace tarnix::test {
 
-/// An FTP server in this process, on 127.0.0.1 and a port that the system chooses. Left alone it
+/// An FTP server in this process, on loopback and a port that the system chooses. Left alone it
 /// behaves well, over a file tree in memory; scripts make it refuse, lie, stay silent and break
 /// connections. It records every command. Scripts may be changed while it runs. Its destructor
 /// ends all conversations at once, whatever the clients do.
 class scripted_server {
 public:
     /// The login folder exists from the start.
-    explicit scripted_server(const std::string& login_folder = "/");
+    explicit scripted_server(const std::string& login_folder = "/",
+                             const std::string& address = usual_loopback);
     ~scripted_server();
     scripted_server(const scripted_server&) = delete;
     scripted_server& operator=(const scripted_server&) = delete;
 
+    const std::string& address() const { return state_.address; }
     unsigned short port() const { return listener_.port(); }
     file_tree& tree() { return state_.tree; }
 
@@ -47,6 +49,9 @@ public:
     void list_as(const std::string& text);
     void pace_control(const pacing& how);
     void pace_data(const pacing& how);
+    void conduct_data(data_conduct how);
+    /// What goes wrong at which step.
+    step_faults& disturbances() { return state_.faults; }
     /// Ends the control connections that are idle now, at once: without a word, or with a 421.
     void drop_connections();
     void time_out_connections();

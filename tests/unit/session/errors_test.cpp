@@ -32,6 +32,12 @@ TEST(FailureKindTest, of_a_failure_is_its_own)
     EXPECT_STREQ(error.what(), "x: taken");
 }
 
+TEST(FailureTest, control_characters_become_question_marks)
+{
+    const failure error(failure_kind::permission, "x: 550 \x1b[2J\r\n\x7fno \xc3\xa4");
+    EXPECT_STREQ(error.what(), "x: 550 ?[2J???no \xc3\xa4");
+}
+
 TEST(FailureKindTest, of_an_identifier_follows_from_it)
 {
     EXPECT_EQ(kind_of_id<ids::BadLogin>(), failure_kind::login);

@@ -164,6 +164,8 @@ INSTANTIATE_TEST_SUITE_P(
                   "host key"},
         bad_input{"short_fingerprint", "sftp://u@h",
                   [](options_ref o) { o.host_key_fingerprint = "SHA256:AAAA"; }, "43"},
+        bad_input{"fingerprint_of_nothing", "sftp://u@h",
+                  [](options_ref o) { o.host_key_fingerprint = "SHA256:"; }, "43"},
         bad_input{"odd_fingerprint", "sftp://u@h",
                   [](options_ref o) { o.host_key_fingerprint = std::string(43, ':'); }, "43"},
         bad_input{"weak_ftpes", "ftpes://u@h", [](options_ref o) { o.tls = tls_mode::none; },

@@ -86,6 +86,13 @@ TEST_F(MisbehavingServerTest, a_server_that_is_full_is_no_refused_login)
                 HasSubstr("421 too many"));
 }
 
+TEST_F(MisbehavingServerTest, a_working_folder_with_a_control_character_is_refused)
+{
+    server_.reply_to("PWD", 257, "\"/home\rDELE x\" is it");
+    EXPECT_THAT(failure_of_kind(failure_kind::transfer, [&] { connect(); }),
+                HasSubstr("control character"));
+}
+
 TEST_F(MisbehavingServerTest, no_password_goes_to_a_server_without_tls)
 {
     auto server = url();

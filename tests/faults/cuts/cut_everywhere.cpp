@@ -1,0 +1,310 @@
+#include "cut_everywhere.hpp"
+
+#include "cut_points.hpp"
+
+#include <boost/algorithm/string/replace.hpp>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <atomic>
+#include <chrono>
+#include <filesystem>
+#include <iostream>
+#include <iterator>
+#include <map>
+#include <sstream>
+#include <thread>
+
+namespace tarnix::test {
+
+namespace {
+
+using namespace std::chrono_literals;
+using channel = cutting_gate::channel;
+using direction = cutting_gate::direction;
+using breaking = cutting_gate::breaking;
+
+constexpr auto longest_run = 20s;
+
+/// Prints at the end of the program how much was done.
+class count : public testing::Environment {
+public:
+    void add(std::size_t cuts) { cuts_ += cuts; }
+    void TearDown() override { std::cout << "counted: " << cuts_ << " connections cut\n"; }
+
+private:
+    std::size_t cuts_ = 0;
+};
+
+count& the_count()
+{
+    static auto* const one = [] {
+        auto* const environment = new count; // owned by the test framework
+        testing::AddGlobalTestEnvironment(environment);
+        return environment;
+    }();
+    return *one;
+}
+
+[[maybe_unused]] const auto& count_at_load = the_count();
+
+/// What a run gave, and what was wrong with it whatever the operation.
+struct report {
+    std::string outcome;
+    std::map<std::string, std::string> options;
+    std::vector<cutting_gate::passage> passed;
+    std::vector<std::string> faults;
+    /// The first use of the client afterwards failed.
+    bool recovers_late = false;
+};
+
+std::ptrdiff_t open_descriptors()
+{
+    return std::distance(std::filesystem::directory_iterator("/proc/self/fd"),
+                         std::filesystem::directory_iterator());
+}
+
+/// Without what differs from run to run.
+std::string in_general(const std::string& text, const cutting_gate& gate)
+{
+    using boost::algorithm::replace_all_copy;
+    return replace_all_copy(replace_all_copy(text, gate.address(), "host"),
+                            std::to_string(gate.port()), "port");
+}
+
+void recover(const operation& what, place& here, report& result)
+{
+    try {
+        what.recover(here);
+        return;
+    } catch (const std::exception&) {
+        result.recovers_late = true;
+    }
+    try {
+        what.recover(here);
+    } catch (const std::exception& error) {
+        result.faults.push_back(std::string("the client is unusable afterwards: ") + error.what());
+    }
+}
+
+void run_in_place(const operation& what, const std::optional<cutting_gate::cut>& there,
+                  report& result)
+{
+    const auto fault = [&](const std::string& text) { result.faults.push_back(text); };
+    place here;
+    what.prepare(here);
+    if (what.start)
+        what.start(here);
+    here.gate.start(there);
+    result.outcome = in_general(what.run(here), here.gate);
+    for (const auto& warning : here.warnings)
+        result.outcome += ", warned " + warning;
+    if (there && !here.gate.has_cut_within(5s))
+        fault("the cut never came");
+    result.passed = here.gate.passed();
+    result.options = here.option_values();
+    recover(what, here, result);
+    here.session.reset();
+    here.handle.reset();
+    if (!here.gate.is_quiet_within(longest_run))
+        fault("a connection stays open");
+    result.outcome += what.effect(here);
+    for (const auto& text : here.gate.faults())
+        fault("in the gate: " + text);
+    for (const auto& text : here.server.faults())
+        fault("in the server: " + text);
+}
+
+report run(const operation& what, const std::optional<cutting_gate::cut>& there = std::nullopt)
+{
+    report result;
+    const auto start = std::chrono::steady_clock::now();
+    run_in_place(what, there, result);
+    if (std::chrono::steady_clock::now() - start > longest_run)
+        result.faults.emplace_back("it took too long");
+    return result;
+}
+
+/// Most runs wait most of the time: libcurl sleeps for a second on many data connections.
+std::vector<report> run_all(const operation& what, const std::vector<cutting_gate::cut>& cuts)
+{
+    constexpr std::size_t most_at_once = 24;
+    std::vector<report> reports(cuts.size());
+    std::atomic<std::size_t> next = 0;
+    std::vector<std::jthread> workers;
+    while (workers.size() < std::min(most_at_once, cuts.size()))
+        workers.emplace_back([&] {
+            for (auto i = next++; i < cuts.size(); i = next++)
+                reports[i] = run(what, cuts[i]);
+        });
+    workers.clear();
+    return reports;
+}
+
+/// The row that holds for a point; none when no row does.
+class expectations {
+public:
+    expectations(const operation& what, const std::vector<std::string>& stages)
+        : rows_(stages.size()), data_(what.data)
+    {
+        auto from = stages.begin();
+        for (const auto& row : what.control) {
+            const auto here = std::find(from, stages.end(), row.stage);
+            if (here == stages.end()) {
+                ADD_FAILURE() << what.name << " has no stage \"" << row.stage << "\" there; it has "
+                              << testing::PrintToString(stages);
+                return;
+            }
+            std::fill(rows_.begin() + (here - stages.begin()), rows_.end(), row);
+            from = here + 1;
+        }
+    }
+
+    bool allow(const cut_point& point, breaking how, const std::string& outcome) const
+    {
+        const auto* row = row_of(point);
+        if (!row)
+            return false;
+        const auto& allowed =
+            how == breaking::reset && !row->when_reset.empty() ? row->when_reset : row->outcomes;
+        return std::find(allowed.begin(), allowed.end(), outcome) != allowed.end();
+    }
+
+private:
+    const expectation* row_of(const cut_point& point) const
+    {
+        if (point.where == channel::control)
+            return &rows_[point.stage];
+        const auto found = std::find_if(data_.begin(), data_.end(),
+                                        [&](const auto& row) { return row.stage == point.label; });
+        return found == data_.end() ? nullptr : &*found;
+    }
+
+    std::vector<expectation> rows_;
+    std::vector<expectation> data_;
+};
+
+/// Options of which the second run left another value than the first.
+std::string difference(const std::map<std::string, std::string>& wanted,
+                       const std::map<std::string, std::string>& found)
+{
+    std::ostringstream text;
+    for (const auto& [name, value] : wanted) {
+        const auto here = found.find(name);
+        // The URL is part of the outcome.
+        if (name != "URL" && here != found.end() && here->second != value)
+            text << ' ' << name << '=' << here->second << " instead of " << value;
+    }
+    return text.str();
+}
+
+/// As in " 0-3 7".
+std::string ranges(const std::vector<std::size_t>& numbers)
+{
+    std::ostringstream text;
+    for (auto first = numbers.begin(); first != numbers.end();) {
+        auto last = first;
+        while (last + 1 != numbers.end() && *(last + 1) == *last + 1)
+            ++last;
+        text << ' ' << *first;
+        if (last != first)
+            text << '-' << *last;
+        first = last + 1;
+    }
+    return text.str();
+}
+
+/// The same failure at many points is one message.
+class failures {
+public:
+    void add(const std::string& text, const cut_point& point, breaking how)
+    {
+        const auto* ending = how == breaking::closed ? ", closed: " : ", reset: ";
+        points_[point.label + ending + text].push_back(point.after);
+    }
+
+    void report_all(const std::string& title) const
+    {
+        for (const auto& [text, points] : points_)
+            ADD_FAILURE() << title << ": " << text << "\n  after byte" << ranges(points);
+    }
+
+private:
+    std::map<std::string, std::vector<std::size_t>> points_;
+};
+
+std::vector<cut_point> points_of(const conversation& recorded, cut_bytes which)
+{
+    if (which == cut_bytes::data)
+        return recorded.data_points();
+    return recorded.control_points(which == cut_bytes::commands ? direction::to_server
+                                                                : direction::to_client);
+}
+
+} // namespace
+
+std::vector<cut_case> cases_of(const std::vector<operation>& operations)
+{
+    std::vector<cut_case> cases;
+    for (const auto& one : operations)
+        for (const auto which : {cut_bytes::commands, cut_bytes::replies, cut_bytes::data})
+            if (which != cut_bytes::data || !one.data.empty())
+                cases.push_back({one, which});
+    return cases;
+}
+
+std::string name_of(const cut_case& one)
+{
+    switch (one.which) {
+    case cut_bytes::commands:
+        return one.what.name + "_commands";
+    case cut_bytes::replies:
+        return one.what.name + "_replies";
+    default:
+        return one.what.name + "_data";
+    }
+}
+
+std::ostream& operator<<(std::ostream& out, const cut_case& one)
+{
+    return out << name_of(one);
+}
+
+void cut_everywhere(const cut_case& one)
+{
+    const auto descriptors = open_descriptors();
+    const auto uncut = run(one.what);
+    EXPECT_THAT(uncut.faults, testing::IsEmpty()) << "without a cut";
+    const conversation recorded(uncut.passed);
+    const expectations expected(one.what, recorded.stages());
+    const auto points = points_of(recorded, one.which);
+    ASSERT_FALSE(points.empty());
+    std::vector<cutting_gate::cut> cuts;
+    for (const auto how : {breaking::closed, breaking::reset})
+        for (const auto& point : points)
+            cuts.push_back({point.where, point.way, point.after, how});
+    const auto found = run_all(one.what, cuts);
+    the_count().add(cuts.size());
+    failures failed;
+    for (std::size_t i = 0; i < cuts.size(); ++i) {
+        const auto fail = [&](const std::string& text) {
+            failed.add(text, points[i % points.size()], cuts[i].how);
+        };
+        for (const auto& fault : found[i].faults)
+            fail(fault);
+        // libcurl does not notice that a connection was reset while nothing was asked of it.
+        if (found[i].recovers_late &&
+            (cuts[i].how != breaking::reset || points[i % points.size()].label != "answered"))
+            fail("the first use of the client afterwards fails");
+        if (!expected.allow(points[i % points.size()], cuts[i].how, found[i].outcome))
+            fail(found[i].outcome);
+        const auto options = difference(uncut.options, found[i].options);
+        if (!options.empty())
+            fail("options" + options);
+    }
+    failed.report_all(name_of(one));
+    EXPECT_EQ(open_descriptors(), descriptors);
+}
+
+} // namespace tarnix::test

@@ -1,0 +1,78 @@
+#include "assignment.hpp"
+
+#include <istream>
+#include <ostream>
+#include <stdexcept>
+
+namespace tarnix::test {
+
+namespace {
+
+/// In place of an empty word.
+constexpr auto usual = "-";
+
+} // namespace
+
+std::ostream& operator<<(std::ostream& out, const assignment& given)
+{
+    return out << given.operation << ' ' << given.port << ' ' << given.folder << ' ' << given.traced
+               << ' ' << static_cast<int>(given.what) << ' ' << given.nth << ' '
+               << (given.local.empty() ? usual : given.local) << ' ' << given.serial << '\n';
+}
+
+std::istream& operator>>(std::istream& in, assignment& given)
+{
+    int what = 0;
+    in >> given.operation >> given.port >> given.folder >> given.traced >> what >> given.nth >>
+        given.local >> given.serial;
+    if (given.local == usual)
+        given.local.clear();
+    given.what = static_cast<fault>(what);
+    return in;
+}
+
+outcome read_outcome(const std::function<std::string()>& next_line)
+{
+    outcome read;
+    for (;;) {
+        const auto line = next_line();
+        const auto gap = line.find(' ');
+        const auto word = line.substr(0, gap);
+        const auto rest = gap == std::string::npos ? "" : line.substr(gap + 1);
+        if (word == "result")
+            read.result = rest;
+        else if (word == "asked")
+            read.asked = std::stol(rest);
+        else if (word == "failed")
+            read.failed = std::stol(rest);
+        else if (word == "failed_in")
+            read.failed_in = rest;
+        else if (word == "restorers")
+            read.struck_restorers = true;
+        else if (word == "refused")
+            read.refused.push_back(rest);
+        else if (word == "lost")
+            read.lost.push_back(rest);
+        else if (word == "option")
+            read.options.push_back(rest);
+        else if (word == "file")
+            read.files.push_back(rest);
+        else if (word == "struck")
+            read.struck = std::stol(rest);
+        else if (word == "again")
+            read.again = rest;
+        else if (word == "blocks")
+            read.blocks_left = std::stol(rest);
+        else if (word == "unavailable")
+            read.unavailable = rest;
+        else if (word == "ended")
+            read.ended_in = rest;
+        else if (word == "end") {
+            read.end = rest;
+            return read;
+        } else
+            throw std::runtime_error("not a line of an outcome: " + line);
+    }
+}
+
+} // namespace tarnix::test

@@ -1,0 +1,273 @@
+#include "operations.hpp"
+
+#include <tarnix/ftp/url.hpp>
+#include <tarnix/host/standalone.hpp>
+#include <tarnix/warning.hpp>
+
+#include <fl/i18n/ustring_conversion.hpp>
+#include <foundation/core/identifier.hpp>
+#include <tx/array.hpp>
+#include <zobs/class.hpp>
+#include <zobs/namespace.hpp>
+#include <zobs/object.hpp>
+
+#include <algorithm>
+#include <array>
+#include <stdexcept>
+#include <utility>
+
+namespace tarnix::test {
+
+namespace core = io::ftp::core;
+
+namespace {
+
+constexpr auto shelf_url = "ftp://127.0.0.1//home/u/shelf/";
+
+std::string connect(core::curl_ptr& handle, unsigned short port)
+{
+    return core::connect(handle, "ftp://127.0.0.1", "u", "secret", port, "passive", "none", false,
+                         "", true, true, 1, 30);
+}
+
+ftp::session open_session(unsigned short port)
+{
+    ftp::session_options options;
+    options.user = "u";
+    options.password = "secret";
+    options.port = port;
+    return ftp::session(ftp::parse_url("ftp://127.0.0.1"), options);
+}
+
+std::string truth(bool is)
+{
+    return is ? "true" : "false";
+}
+
+template <typename Names>
+std::string joined(const Names& names)
+{
+    std::string text;
+    for (const auto& name : names)
+        text += name + '|';
+    return text;
+}
+
+core::ustring wide(const std::string& text)
+{
+    return fl::i18n::utf8_to_ustring(text);
+}
+
+/// The text of a message for each identifier of the library.
+template <typename... Tags>
+std::string texts_of(foundation::core::except::catalogue<Tags...>)
+{
+    namespace except = foundation::core::except;
+    const std::vector<resource_core::BaseMsgID::argument> arguments{
+        530LL, std::string("a text that is too long to stand in the object itself"),
+        std::u16string(u"another text that is too long to stand in the object itself")};
+    std::size_t length = 0;
+    (...,
+     (length += host::message_text({arguments, std::string(except::identifier<Tags>::component),
+                                    std::string(except::identifier<Tags>::id)})
+                    .size()));
+    return std::to_string(length);
+}
+
+/// A handler that is set, warned through, and taken back.
+std::string warn_through_a_handler()
+{
+    struct own_handler {
+        explicit own_handler(host::warning_handler handler)
+            : before(host::set_warning_handler(std::move(handler)))
+        {
+        }
+        ~own_handler() { host::set_warning_handler(std::move(before)); }
+        own_handler(const own_handler&) = delete;
+        own_handler& operator=(const own_handler&) = delete;
+
+        host::warning_handler before;
+    };
+    std::string heard;
+    const std::string long_mark(64, '!');
+    const own_handler handler([&heard, long_mark](const resource_core::BaseMsgID& message) {
+        heard += message.id + long_mark;
+    });
+    txWarningMsgId(
+        foundation::core::except::make_message_id<core::ids::CouldNotDetermineHomeFolder>());
+    return heard;
+}
+
+/// A connection object of the host, and the handle in it.
+std::string unwrap_handle()
+{
+    TXInitialize_FTPCoreModule();
+    const auto* type = zobs::COSClass::getClass(zobs::Name("tarnix.io.internal.Connection"));
+    if (!type)
+        throw std::logic_error("the class is not registered");
+    const txArray array({1, 1}, {zobs::omCreateObject(*type)});
+    return truth(static_cast<bool>(core::get_curl_ptr(&array)));
+}
+
+std::string start_host()
+{
+    const host::standalone services;
+    const core::curl_ptr handle;
+    return truth(static_cast<bool>(handle));
+}
+
+using stage = operation::stage;
+
+const std::array operations{
+    // The library.
+    operation{"core_connect", stage::bare,
+              [](site& at) {
+                  at.handle.emplace();
+                  return connect(*at.handle, at.port);
+              }},
+    operation{"core_pwd", stage::handle, [](site& at) { return core::pwd(at.connected()); }},
+    operation{"core_cd", stage::handle,
+              [](site& at) { return core::cd(at.connected(), shelf_url); }},
+    operation{"core_list", stage::handle,
+              [](site& at) { return core::list(at.connected(), "shelf"); }},
+    operation{"core_nlst", stage::handle,
+              [](site& at) { return core::nlst(at.connected(), "shelf"); }},
+    operation{"core_dir", stage::handle,
+              [](site& at) { return joined(core::dir(at.connected(), "shelf")); }},
+    operation{"core_is_folder", stage::handle,
+              [](site& at) { return truth(core::is_folder(at.connected(), "shelf")); }},
+    operation{"core_mkdir", stage::handle,
+              [](site& at) {
+                  core::create_folder(at.connected(), "made-" + at.serial);
+                  return std::string();
+              }},
+    operation{"core_rmdir", stage::handle,
+              [](site& at) {
+                  core::delete_folder(at.connected(), "empty-" + at.serial);
+                  return std::string();
+              }},
+    operation{"core_put", stage::handle,
+              [](site& at) {
+                  core::send_file(at.connected(), at.source().u16string(),
+                                  wide("stored-" + at.serial), false);
+                  return std::string();
+              }},
+    operation{"core_get", stage::handle,
+              [](site& at) {
+                  core::receive_file(at.connected(), wide("file"), at.target().u16string(), false);
+                  return std::string();
+              }},
+    operation{"core_delete", stage::handle,
+              [](site& at) {
+                  core::delete_remote_file(at.connected(), wide("doomed-" + at.serial));
+                  return std::string();
+              }},
+    operation{"core_rename", stage::handle,
+              [](site& at) {
+                  core::rename_remote_file(at.connected(), wide("here-" + at.serial),
+                                           wide("there-" + at.serial));
+                  return std::string();
+              }},
+    operation{"core_is_file", stage::handle,
+              [](site& at) { return truth(core::is_file(at.connected(), wide("file"))); }},
+    operation{"core_syst", stage::handle, [](site& at) { return core::syst(at.connected()); }},
+    // The session layer.
+    operation{"session_connect", stage::bare,
+              [](site& at) {
+                  at.session = open_session(at.port);
+                  return at.session->working_folder();
+              }},
+    operation{"session_cd", stage::session,
+              [](site& at) {
+                  at.session->change_folder("shelf");
+                  return at.session->working_folder();
+              }},
+    operation{"session_list", stage::session, [](site& at) { return at.session->list("shelf"); }},
+    operation{"session_names", stage::session,
+              [](site& at) { return joined(at.session->names("shelf")); }},
+    operation{"session_is_folder", stage::session,
+              [](site& at) { return truth(at.session->is_folder("shelf")); }},
+    operation{"session_exists", stage::session,
+              [](site& at) { return truth(at.session->exists("file")); }},
+    operation{"session_is_file", stage::session,
+              [](site& at) { return truth(at.session->is_file("file")); }},
+    operation{"session_mkdir", stage::session,
+              [](site& at) {
+                  at.session->make_folder("made-" + at.serial);
+                  return std::string();
+              }},
+    operation{"session_rmdir", stage::session,
+              [](site& at) {
+                  at.session->remove_folder("empty-" + at.serial);
+                  return std::string();
+              }},
+    operation{"session_put", stage::session,
+              [](site& at) {
+                  at.session->upload(at.source(), "stored-" + at.serial);
+                  return std::string();
+              }},
+    operation{"session_get", stage::session,
+              [](site& at) {
+                  at.session->download("file", at.target());
+                  return std::string();
+              }},
+    operation{"session_delete", stage::session,
+              [](site& at) {
+                  at.session->remove_file("doomed-" + at.serial);
+                  return std::string();
+              }},
+    operation{"session_rename", stage::session,
+              [](site& at) {
+                  at.session->rename("here-" + at.serial, "there-" + at.serial);
+                  return std::string();
+              }},
+    operation{"session_syst", stage::session, [](site& at) { return at.session->system_type(); }},
+    // What needs no server.
+    operation{"host_start", stage::alone, [](site&) { return start_host(); }},
+    operation{"host_messages", stage::bare, [](site&) { return texts_of(core::ids::catalogue()); }},
+    operation{"host_warning", stage::bare, [](site&) { return warn_through_a_handler(); }},
+    operation{"host_object", stage::bare, [](site&) { return unwrap_handle(); }},
+    operation{"url_parsing", stage::bare,
+              [](site&) {
+                  const auto read = ftp::parse_url(
+                      "ftp://somebody%20with%20a%20long%20name@host.example:2121/a%20long/folder");
+                  return *read.user + read.host + std::to_string(*read.port) + read.path;
+              }},
+};
+
+} // namespace
+
+const operation& find_operation(const std::string& name)
+{
+    const auto* found = std::find_if(operations.begin(), operations.end(),
+                                     [&](const operation& one) { return one.name == name; });
+    if (found == operations.end())
+        throw std::invalid_argument("there is no operation " + name);
+    return *found;
+}
+
+void prepare(site& at, operation::stage wanted)
+{
+    if (wanted == stage::handle)
+        connect(at.handle.emplace(), at.port);
+    if (wanted == stage::session)
+        at.session = open_session(at.port);
+}
+
+std::string use_again(site& at)
+{
+    std::string seen;
+    if (at.handle) {
+        seen = connect(*at.handle, at.port) + ' ';
+        seen += joined(core::dir(*at.handle, "shelf"));
+    }
+    if (at.session) {
+        const auto made = "/home/u/again-" + at.serial;
+        seen = joined(at.session->names("/home/u/shelf"));
+        at.session->make_folder(made);
+        at.session->remove_folder(made);
+    }
+    return seen;
+}
+
+} // namespace tarnix::test

@@ -1,0 +1,212 @@
+// The program that meets the bad machine. It reads assignments from standard input, runs each in a
+// child process that is forked before there are any threads, and reports how it went.
+
+#include "call_stack.hpp"
+#include "failing_allocations.hpp"
+#include "failing_files.hpp"
+#include "machine.hpp"
+#include "operations.hpp"
+#include "option_values.hpp"
+
+#include <tarnix/host/log_sink.hpp>
+#include <tarnix/host/standalone.hpp>
+
+#include <support/proxy_environment.hpp>
+
+#include <boost/core/demangle.hpp>
+
+#include <algorithm>
+#include <csignal>
+#include <exception>
+#include <filesystem>
+#include <iostream>
+#include <iterator>
+#include <sstream>
+#include <streambuf>
+#include <thread>
+#include <typeinfo>
+
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace {
+
+using namespace tarnix::test;
+namespace fs = std::filesystem;
+
+/// A child that takes longer hangs; the alarm ends it.
+constexpr unsigned seconds_at_most = 60;
+
+void say(const std::string& word, const std::string& rest)
+{
+    auto line = word + ' ' + rest;
+    std::replace_if(
+        line.begin(), line.end(), [](char c) { return c == '\n' || c == '\r'; }, '|');
+    line += '\n';
+    if (::write(STDOUT_FILENO, line.data(), line.size()) != static_cast<ssize_t>(line.size()))
+        ::_exit(4);
+}
+
+/// What users can tell of an exception.
+std::string text_of(const std::exception& error)
+{
+    namespace except = foundation::core::except;
+    if (const auto* own = dynamic_cast<const tarnix::ftp::failure*>(&error))
+        return "failure " + std::to_string(static_cast<int>(own->kind())) + ' ' + own->what();
+    if (const auto* identified = dynamic_cast<const except::IMsgIDException*>(&error))
+        return "identifier " + identified->error_id();
+    if (dynamic_cast<const std::bad_alloc*>(&error))
+        return "bad_alloc";
+    return boost::core::demangle(typeid(error).name()) + ' ' + error.what();
+}
+
+/// The machine is a good one when it is told.
+template <typename Work>
+std::string result_of(Work work, bad_machine& machine)
+{
+    try {
+        const auto text = work();
+        machine.mend();
+        return "done " + text;
+    } catch (const std::exception& error) {
+        machine.mend();
+        return "raised " + text_of(error);
+    }
+}
+
+/// In place of an abort. A failure in a destructor of these two is meant to end the process.
+[[noreturn]] void report_the_end()
+{
+    memory::recover();
+    call_stack stack;
+    stack.capture();
+    if (stack.runs_through("14scoped_requestD"))
+        say("ended", "scope");
+    else if (stack.runs_through("8curl_ptrD"))
+        say("ended", "handle");
+    else
+        say("ended", "elsewhere");
+    ::_exit(3);
+}
+
+class null_buffer : public std::streambuf {
+protected:
+    int overflow(int c) override { return c; }
+    std::streamsize xsputn(const char*, std::streamsize count) override { return count; }
+};
+
+bool is_plain(const fs::directory_entry& entry)
+{
+    return entry.symlink_status().type() == fs::file_type::regular;
+}
+
+void run(const assignment& given)
+{
+    constexpr unsigned all_levels = 1 | 4 | 8 | 32 | 64 | 128 | 256;
+    const auto& wanted = find_operation(given.operation);
+    if (given.what == fault::small_disk)
+        mount_small_disk(given.folder, given.nth);
+    if (given.what == fault::no_privileges)
+        become_nobody();
+    const auto blocks = memory::blocks_in_use();
+    std::string result;
+    {
+        site place(given);
+        prepare(place, wanted.begins_with);
+        options::remember();
+        if (given.traced)
+            tarnix::io::ftp::core::getLogger().set_levels(all_levels);
+        bad_machine machine(given);
+        result = result_of([&] { return wanted.run(place); }, machine);
+        const auto asked = memory::asked();
+        const auto failed = memory::failed();
+        const auto struck = files::struck();
+        tarnix::io::ftp::core::getLogger().set_levels(0);
+        say("result", result);
+        say("asked", std::to_string(asked));
+        say("failed", std::to_string(failed));
+        say("struck", std::to_string(struck));
+        for (const auto& entry : fs::directory_iterator(place.folder))
+            if (entry.path() != place.folder / "data" && is_plain(entry))
+                say("file",
+                    entry.path().filename().string() + ' ' + std::to_string(entry.file_size()));
+        say("failed_in", std::string(memory::place_of_first_failure().library()));
+        if (memory::place_of_first_failure().runs_through("14scoped_request13restore_later"))
+            say("restorers", "");
+        for (const auto& one : options::refused())
+            say("refused", one);
+        for (const auto& one : options::lost())
+            say("lost", one);
+        for (const auto& one : options::changed())
+            say("option", one);
+        say("again", result_of([&] { return use_again(place); }, machine));
+    }
+    result = {};
+    result.shrink_to_fit();
+    say("blocks", std::to_string(memory::blocks_in_use() - blocks));
+}
+
+std::string how_it_ended(int status)
+{
+    return WIFSIGNALED(status) ? "signal " + std::to_string(WTERMSIG(status))
+                               : "exit " + std::to_string(WEXITSTATUS(status));
+}
+
+void run_in_child(const assignment& given)
+{
+    const auto child = ::fork();
+    if (child == 0) {
+        ::alarm(seconds_at_most);
+        try {
+            run(given);
+        } catch (const std::exception& error) {
+            say("unavailable", error.what());
+        }
+        ::_exit(0);
+    }
+    int status = 0;
+    ::waitpid(child, &status, 0);
+    say("end", how_it_ended(status));
+}
+
+long threads()
+{
+    const std::filesystem::directory_iterator all("/proc/self/task");
+    return std::distance(begin(all), end(all));
+}
+
+} // namespace
+
+int main()
+{
+    clear_proxy_environment();
+    std::set_terminate(&report_the_end);
+    // Neither the first look at the stack nor the first thread finds what it needs for later.
+    call_stack().capture();
+    std::signal(SIGPIPE, SIG_DFL);
+    std::thread([] {}).join();
+    std::optional<tarnix::host::standalone> services;
+    null_buffer nowhere;
+    std::ostream nothing(&nowhere);
+    const tarnix::host::stream_log_sink sink(nothing);
+    std::string line;
+    for (assignment given; std::getline(std::cin, line);) {
+        std::istringstream(line) >> given;
+        const auto alone = find_operation(given.operation).begins_with == operation::stage::alone;
+        if (alone)
+            services.reset();
+        else if (!services)
+            services.emplace();
+        if (given.what == fault::warm_up) {
+            ::alarm(seconds_at_most);
+            run(given);
+            ::alarm(0);
+            say("end", "exit 0");
+        } else if (threads() == 1) {
+            run_in_child(given);
+        } else {
+            say("end", "the process to fork from has threads");
+        }
+    }
+    return 0;
+}

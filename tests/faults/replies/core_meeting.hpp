@@ -1,0 +1,42 @@
+#pragma once
+
+#include "core_operations.hpp"
+
+#include <support/scripted_server.hpp>
+
+#include <chrono>
+#include <filesystem>
+#include <functional>
+#include <map>
+#include <string>
+#include <vector>
+
+namespace tarnix::test {
+
+/// How a server is set up to misbehave; the operation's first step is number 0.
+struct misbehaviour {
+    std::function<void(scripted_server&)> arm{};
+    /// The server will keep a client waiting: the client's patience is one second.
+    bool is_silent = false;
+};
+
+/// What one operation on one misbehaving server came to.
+struct core_meeting {
+    /// What was returned, or the identifier that was raised.
+    std::string outcome;
+    bool raised = false;
+    std::string url_before;
+    std::string url_after;
+    /// The options afterwards, except for the URL.
+    std::map<std::string, std::string> options;
+    /// What the server was asked for.
+    std::vector<std::string> steps;
+    std::chrono::milliseconds duration{};
+    /// What the same handle, connected to another server, then says of its folder.
+    std::string folder_elsewhere;
+};
+
+core_meeting meet(const core_operation& operation, const misbehaviour& how,
+                  const std::filesystem::path& local, const scripted_server& elsewhere);
+
+} // namespace tarnix::test

@@ -1,0 +1,126 @@
+#pragma once
+
+#include <support/loopback_socket.hpp>
+
+#include <chrono>
+#include <condition_variable>
+#include <cstddef>
+#include <list>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <thread>
+#include <vector>
+
+namespace tarnix::test {
+
+/// Stands between a client and a server on this machine, passes on what they say, and breaks a
+/// connection after any byte that it is told. It writes the port of a data connection in a reply
+/// to EPSV or PASV to one of its own, so that those connections go through it too.
+class cutting_gate {
+public:
+    /// What goes through the connections: FTP in clear, or something to be passed on unread.
+    enum class speech { ftp, opaque };
+    enum class channel { control, data };
+    enum class direction { to_server, to_client };
+    /// How the client finds the connection broken. The server finds the end of the stream, on a
+    /// data connection that is reset a reset too.
+    enum class breaking { closed, reset };
+
+    /// Where to cut, counted in bytes of that kind from when the gate is told. No bytes more means:
+    /// to the server at once, or when the next such connection is made; to the client before the
+    /// first byte.
+    struct cut {
+        channel where = channel::control;
+        direction way = direction::to_server;
+        std::size_t after = 0;
+        breaking how = breaking::closed;
+    };
+
+    /// Something that passed, in the order in which it did: a piece of the one, then the other.
+    struct passage {
+        channel where;
+        int connection; ///< counted from 1
+        direction way;
+        std::string bytes;
+    };
+
+    /// For a server at `address`, where the gate takes a port, too.
+    cutting_gate(const std::string& address, unsigned short server_port,
+                 speech spoken = speech::ftp);
+    ~cutting_gate();
+    cutting_gate(const cutting_gate&) = delete;
+    cutting_gate& operator=(const cutting_gate&) = delete;
+
+    const std::string& address() const { return address_; }
+    unsigned short port() const { return listener_.port(); }
+
+    /// Counts and records from here on, and cuts once: there.
+    void start(const std::optional<cut>& there = std::nullopt);
+    /// Waits for the cut; false when it did not come in time.
+    bool has_cut_within(std::chrono::milliseconds time) const;
+    /// What passed since the start.
+    std::vector<passage> passed() const;
+    /// Waits until both sides of all connections have ended; false when they did not in time. The
+    /// server has done by then whatever it was told.
+    bool is_quiet_within(std::chrono::milliseconds time) const;
+    /// What went wrong in the gate itself.
+    std::vector<std::string> faults() const;
+
+private:
+    /// One connection: the client's, the server's. A side is gone when it has ended; with the
+    /// client gone, what the server says goes nowhere.
+    struct link {
+        channel kind;
+        int number;
+        std::optional<tcp_stream> client;
+        std::optional<tcp_stream> server;
+        bool client_ended = false;
+        bool server_ended = false;
+        bool client_went_first = false;
+        std::string unfinished_line{};
+    };
+
+    /// Awaits the client's data connection.
+    struct data_listener {
+        int control;
+        unsigned short server_port;
+        tcp_listener listener;
+    };
+
+    void run();
+    void wait_and_pass();
+    void take_start();
+    void accept(channel kind, tcp_listener& from, unsigned short server_port);
+    void read_from_client(link& from);
+    void read_from_server(link& from);
+    void pass_lines(link& along);
+    void pass(link& along, direction way, const std::string& bytes);
+    std::string redirected(const link& control, std::string line);
+    void break_off(link& victim);
+    static void end_server_side(link& broken);
+    void sweep();
+
+    const std::string address_;
+    const unsigned short server_port_;
+    const speech spoken_;
+    stop_signal stop_;
+    descriptor wake_;
+    mutable std::mutex mutex_;
+    mutable std::condition_variable changed_;
+    bool start_wanted_ = false;
+    std::optional<cut> cut_;
+    std::size_t still_to_pass_ = 0;
+    bool has_cut_ = false;
+    bool is_quiet_ = true;
+    std::vector<passage> passed_;
+    std::vector<std::string> faults_;
+    // Of the gate's own thread.
+    int connections_ = 0;
+    std::list<link> links_;
+    std::list<data_listener> data_listeners_;
+    tcp_listener listener_;
+    std::jthread runner_;
+};
+
+} // namespace tarnix::test
