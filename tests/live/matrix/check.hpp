@@ -68,8 +68,11 @@ inline bool belongs(where place, const flavour& server)
 
 /// The checks on all servers that they are for.
 template <typename Client, typename Speaks>
-std::vector<check_on<Client>> on_servers(const std::vector<check<Client>>& checks, Speaks protocol)
+std::vector<check_on<Client>> on_servers(const std::string& layer,
+                                         const std::vector<check<Client>>& checks, Speaks protocol)
 {
+    for (const auto& one : checks)
+        known_checks().emplace(layer, one.name);
     std::vector<check_on<Client>> all;
     for (const auto& server : flavours())
         for (const auto& one : checks)

@@ -97,8 +97,47 @@ const std::vector<difference>& differences()
         {"pyftpdlib", "library", "nlst of a missing folder", "[] 550"},
         {"pyftpdlib", "library", "nlst of a closed folder", "[] 550"},
         {"pyftpdlib", "library", "dir of an absolute folder", "[inner]"},
+
+        // A double quote ends a name in libcurl's commands for SFTP, and a backslash hides what follows.
+        {"SFTP", "library", "a name with a double quote", "rename to: [double=content]; rename from: [NAME=content]; delete a file: raises DeleteFailed(NAME); create a folder: [double/]; delete a folder: raises FTPError(0)"},
+        {"SFTP", "library", "a name with double quotes around", "rename to: [plain=content]; rename from: [NAME=content]; delete a file: raises DeleteFailed(NAME); create a folder: raises CouldNotCreateFolder(NAME); delete a folder: raises FTPError(0)"},
+        {"SFTP", "library", "a name with a backslash", "rename to: [plain=content]; rename from: [NAME=content]; delete a file: raises DeleteFailed(NAME); create a folder: raises CouldNotCreateFolder(NAME); delete a folder: raises FTPError(0)"},
+        // Names with a dot in front are not listed.
+        {"vsftpd", "library", "a name with a double quote", "cd and send_file: ROOT/double\"\"quote"},
+        {"vsftpd", "library", "a name with double quotes around", "cd and send_file: ROOT/\"NAME\""},
+        {"vsftpd", "library", "a name with a leading dot", "dir: []"},
+        {"vsftpd", "library", "a name with three dots", "dir: []"},
+        {"vsftpd", "session", "a name with a leading dot", "names: []"},
+        {"vsftpd", "session", "a name with three dots", "names: []"},
+        {"proftpd", "library", "a name with nothing but a blank", "send_file: raises UploadFailed(LOCAL/sent); receive_file: raises FTPError(500); rename to: raises FTPError(501); rename from: raises FTPError(501); delete a file: raises DeleteFailed( ); create a folder: raises InternalError(mkdir,  ); delete a folder: raises FTPError(501); is_folder: no; cd and send_file: raises NoSuchDirectory(ftp://127.0.0.1/ROOT/%20)"},
+        {"proftpd", "library", "a name with a double quote", "cd and send_file: ROOT/double\"\"quote"},
+        {"proftpd", "library", "a name with double quotes around", "cd and send_file: ROOT/\"NAME\""},
+        {"proftpd", "library", "a name with an asterisk", "create a folder: raises CouldNotCreateFolder(NAME)"},
+        {"proftpd", "library", "a name with a leading dot", "dir: []"},
+        {"proftpd", "library", "a name with three dots", "dir: []"},
+        {"proftpd", "session", "a name with nothing but a blank", "upload: fails: transfer; download: fails: transfer; is_file: fails: transfer; is_folder: no; change_folder and upload: fails: permission"},
+        {"proftpd", "session", "a name with an asterisk", "make_folder: fails: permission"},
+        {"proftpd", "session", "a name with a leading dot", "names: []"},
+        {"proftpd", "session", "a name with three dots", "names: []"},
+        // It stores blanks at either end of a command as underscores, and forbids backslashes.
+        {"pure-ftpd", "library", "a name with a leading blank", "send_file: [_leading=content]; rename to: [_leading=content]; create a folder: [_leading/]"},
+        {"pure-ftpd", "library", "a name with a trailing blank", "send_file: [trailing_=content]; rename to: [trailing_=content]; create a folder: [trailing_/]"},
+        {"pure-ftpd", "library", "a name with nothing but a blank", "send_file: [_=content]; rename to: [_=content]; create a folder: [_/]"},
+        {"pure-ftpd", "library", "a name with a backslash", "send_file: raises UploadFailed(LOCAL/sent); receive_file: raises FTPError(553); rename to: raises FTPError(553); rename from: raises FTPError(553); delete a file: raises DeleteFailed(NAME); create a folder: raises InternalError(mkdir, NAME); delete a folder: raises FTPError(553); is_folder: no; cd and send_file: raises NoSuchDirectory(ftp://127.0.0.1/ROOT/back%5Cslash)"},
+        {"pure-ftpd", "session", "a name with a leading blank", "upload: [_leading=content]"},
+        {"pure-ftpd", "session", "a name with a trailing blank", "upload: [trailing_=content]; rename to: fails: transfer; make_folder: [trailing_/]"},
+        {"pure-ftpd", "session", "a name with nothing but a blank", "upload: [_=content]; rename to: fails: transfer; make_folder: [_/]"},
+        {"pure-ftpd", "session", "a name with a backslash", "upload: fails: permission; download: fails: permission; is_folder: no; rename to: fails: permission; rename from: fails: permission; remove_file: fails: permission; make_folder: fails: permission; remove_folder: fails: not found; change_folder and upload: fails: permission"},
+        {"pyftpdlib", "library", "a name with a double quote", "cd and send_file: ROOT/double\"\"quote"},
+        {"pyftpdlib", "library", "a name with double quotes around", "cd and send_file: ROOT/\"NAME\""},
         // clang-format on
     };
+    return all;
+}
+
+std::set<std::pair<std::string, std::string>>& known_checks()
+{
+    static std::set<std::pair<std::string, std::string>> all;
     return all;
 }
 

@@ -2,8 +2,10 @@
 
 #include "flavours.hpp"
 
+#include <set>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 namespace tarnix::test {
@@ -22,6 +24,9 @@ struct difference {
 };
 
 const std::vector<difference>& differences();
+
+/// Layer and name of all checks that there are.
+std::set<std::pair<std::string, std::string>>& known_checks();
 
 /// What may come of a check on a server, which is one thing unless a difference says otherwise.
 std::vector<std::string> expected_outcomes(const flavour& where, std::string_view layer,

@@ -35,6 +35,11 @@ struct flavour {
     bool key_is_encrypted = false;
     bool with_public_key_file = false;
     coverage checks = coverage::some;
+    /// Odd names and a folder with 10,000 entries are tried too. Not in passive mode, where libcurl
+    /// 7.88 often waits a second for nothing.
+    bool with_odd_names = false;
+    /// A file over 4 GiB goes both ways.
+    bool with_large_files = false;
     /// Why transfers of this kind cannot work, and what both layers say then, in one or another of
     /// these ways. The reason is empty for all others.
     std::string obstacle = {};

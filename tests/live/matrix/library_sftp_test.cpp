@@ -128,10 +128,12 @@ TEST_P(LibrarySftpMatrix, comes_to)
     compare("library");
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Servers, LibrarySftpMatrix,
-    testing::ValuesIn(on_servers(checks, [](const flavour& server) { return server.is_sftp(); })),
-    name_of_check<core_on_server>);
+INSTANTIATE_TEST_SUITE_P(Servers, LibrarySftpMatrix,
+                         testing::ValuesIn(on_servers("library", checks,
+                                                      [](const flavour& server) {
+                                                          return server.is_sftp();
+                                                      })),
+                         name_of_check<core_on_server>);
 
 } // namespace
 } // namespace tarnix::test

@@ -191,7 +191,8 @@ TEST_P(LibraryMatrix, comes_to)
 }
 
 INSTANTIATE_TEST_SUITE_P(Servers, LibraryMatrix,
-                         testing::ValuesIn(on_servers(checks, [](const flavour&) { return true; })),
+                         testing::ValuesIn(on_servers("library", checks,
+                                                      [](const flavour&) { return true; })),
                          name_of_check<core_on_server>);
 
 } // namespace

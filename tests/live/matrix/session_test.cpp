@@ -264,7 +264,8 @@ TEST_P(SessionMatrix, comes_to)
 }
 
 INSTANTIATE_TEST_SUITE_P(Servers, SessionMatrix,
-                         testing::ValuesIn(on_servers(checks, [](const flavour&) { return true; })),
+                         testing::ValuesIn(on_servers("session", checks,
+                                                      [](const flavour&) { return true; })),
                          name_of_check<session_on_flavour>);
 
 } // namespace
