@@ -38,7 +38,8 @@ void lane::set_stage()
 outcome lane::run(assignment given)
 {
     set_stage();
-    given.port = server_->port();
+    if (given.port == 0)
+        given.port = server_->port();
     given.folder = folder_.path().string();
     given.serial = runs_;
     return subject_.run(given);

@@ -13,6 +13,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cstdlib>
 #include <stdexcept>
 #include <utility>
 
@@ -56,6 +57,17 @@ std::string joined(const Names& names)
 core::ustring wide(const std::string& text)
 {
     return fl::i18n::utf8_to_ustring(text);
+}
+
+/// A session that is encrypted, with a server that this program was told of.
+std::string speak_encrypted(site& at)
+{
+    auto& handle = at.handle.emplace();
+    const auto folder =
+        core::connect(handle, "ftp://127.0.0.1", std::getenv("TARNIX_SUBJECT_USER"),
+                      std::getenv("TARNIX_SUBJECT_PASSWORD"), at.port, "passive", "strict", false,
+                      std::getenv("TARNIX_SUBJECT_CA_FILE"), true, false, 1, 30);
+    return core::pwd(handle) == folder ? joined(core::dir(handle, "")) : "another folder";
 }
 
 /// The text of a message for each identifier of the library.
@@ -171,6 +183,7 @@ const std::array operations{
     operation{"core_is_file", stage::handle,
               [](site& at) { return truth(core::is_file(at.connected(), wide("file"))); }},
     operation{"core_syst", stage::handle, [](site& at) { return core::syst(at.connected()); }},
+    operation{"core_encrypted", stage::bare, &speak_encrypted},
     // The session layer.
     operation{"session_connect", stage::bare,
               [](site& at) {
@@ -257,7 +270,7 @@ void prepare(site& at, operation::stage wanted)
 std::string use_again(site& at)
 {
     std::string seen;
-    if (at.handle) {
+    if (at.handle && !std::getenv("TARNIX_SUBJECT_USER")) {
         seen = connect(*at.handle, at.port) + ' ';
         seen += joined(core::dir(*at.handle, "shelf"));
     }
