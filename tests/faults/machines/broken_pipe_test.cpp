@@ -18,7 +18,6 @@ namespace {
 
 using namespace tarnix::test;
 using testing::AnyOf;
-using testing::HasSubstr;
 using testing::StartsWith;
 using breaking = cutting_gate::breaking;
 
@@ -83,8 +82,8 @@ TEST_P(BrokenPipeTest, program_ends_with_a_message)
         const auto result = tarnix::test::run(wanted);
         EXPECT_EQ(result.signal, 0);
         EXPECT_THAT(result.code, AnyOf(0, 3, 7));
-        if (result.code != 0)
-            EXPECT_THAT(result.error, HasSubstr("cannot store \"/home/u/stored\": "));
+        EXPECT_EQ(result.error.starts_with("tarnix-ftp: cannot store \"/home/u/stored\": "),
+                  result.code != 0);
     });
 }
 
@@ -112,7 +111,7 @@ TEST(EncryptedBrokenPipe, process_survives_wherever_the_connection_breaks)
         gate.start(cutting_gate::cut{.way = cutting_gate::direction::to_server, .after = after});
         const auto seen = on.run({.operation = "core_encrypted", .port = gate.port()});
         ASSERT_EQ(seen.end, "exit 0");
-        if (!gate.has_cut_within(std::chrono::milliseconds::zero())) {
+        if (!gate.has_cut_within(std::chrono::seconds(2))) {
             EXPECT_EQ(seen.result, usual.result);
             break;
         }
