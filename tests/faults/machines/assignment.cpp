@@ -15,16 +15,16 @@ constexpr auto usual = "-";
 
 std::ostream& operator<<(std::ostream& out, const assignment& given)
 {
-    return out << given.operation << ' ' << given.port << ' ' << given.folder << ' ' << given.traced
-               << ' ' << static_cast<int>(given.what) << ' ' << given.nth << ' '
-               << (given.local.empty() ? usual : given.local) << ' ' << given.serial << '\n';
+    return out << given.operation << ' ' << given.host << ' ' << given.port << ' ' << given.folder
+               << ' ' << given.traced << ' ' << static_cast<int>(given.what) << ' ' << given.nth
+               << ' ' << (given.local.empty() ? usual : given.local) << ' ' << given.serial << '\n';
 }
 
 std::istream& operator>>(std::istream& in, assignment& given)
 {
     int what = 0;
-    in >> given.operation >> given.port >> given.folder >> given.traced >> what >> given.nth >>
-        given.local >> given.serial;
+    in >> given.operation >> given.host >> given.port >> given.folder >> given.traced >> what >>
+        given.nth >> given.local >> given.serial;
     if (given.local == usual)
         given.local.clear();
     given.what = static_cast<fault>(what);

@@ -28,6 +28,7 @@ enum class fault {
 /// parted by blanks.
 struct assignment {
     std::string operation;
+    std::string host{};      ///< address of the server
     unsigned short port = 0; ///< of the server
     std::string folder{};    ///< for local files
     bool traced = false;

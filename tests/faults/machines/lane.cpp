@@ -21,7 +21,7 @@ void lane::set_stage()
     if (runs_ % runs_with_one_server == 0) {
         if (server_ && !server_->faults().empty())
             throw std::runtime_error("a fault of the server itself: " + server_->faults().front());
-        server_.emplace("/home/u");
+        server_.emplace("/home/u", new_loopback());
     }
     // What was moved or made before is left alone: a straggler of the run before may still touch
     // it.
@@ -38,7 +38,10 @@ void lane::set_stage()
 outcome lane::run(assignment given)
 {
     set_stage();
-    given.port = server_->port();
+    if (given.host.empty())
+        given.host = server_->address();
+    if (given.port == 0)
+        given.port = server_->port();
     given.folder = folder_.path().string();
     given.serial = runs_;
     return subject_.run(given);

@@ -19,8 +19,9 @@ public:
     /// What is uploaded, and what is downloaded, is so long.
     explicit lane(std::size_t size = 3000);
 
-    /// Puts everything in its place on the server, and runs the assignment but for its `port`,
-    /// `folder` and `serial`, which are chosen here.
+    /// Puts everything in its place on the server, and runs the assignment but for its `folder`
+    /// and `serial`, which are chosen here, and its `host` and
+    /// `port`, unless they are given.
     outcome run(assignment given);
     /// The same in the process that later ones are forked from.
     void warm_up(assignment given);

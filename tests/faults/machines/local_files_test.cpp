@@ -298,7 +298,8 @@ program_result LocalFilesTest::run_program(long point)
     program wanted;
     wanted.under = machine_for(file, point, folder);
     wanted.environment = {{"TARNIX_FTP_PASSWORD", "secret"}, {"PATH", "/usr/bin:/bin"}};
-    wanted.arguments = {"ftp://u@127.0.0.1:" + std::to_string(on_.server().port()), "--"};
+    wanted.arguments = {
+        "ftp://u@" + on_.server().address() + ":" + std::to_string(on_.server().port()), "--"};
     if (file.operation == "put")
         wanted.arguments.insert(wanted.arguments.end(), {"put", local.string(), "stored"});
     else

@@ -13,6 +13,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cstdlib>
 #include <stdexcept>
 #include <utility>
 
@@ -22,21 +23,19 @@ namespace core = io::ftp::core;
 
 namespace {
 
-constexpr auto shelf_url = "ftp://127.0.0.1//home/u/shelf/";
-
-std::string connect(core::curl_ptr& handle, unsigned short port)
+std::string connect(core::curl_ptr& handle, const site& at)
 {
-    return core::connect(handle, "ftp://127.0.0.1", "u", "secret", port, "passive", "none", false,
-                         "", true, true, 1, 30);
+    return core::connect(handle, "ftp://" + at.host, "u", "secret", at.port, "passive", "none",
+                         false, "", true, true, 1, 30);
 }
 
-ftp::session open_session(unsigned short port)
+ftp::session open_session(const site& at)
 {
     ftp::session_options options;
     options.user = "u";
     options.password = "secret";
-    options.port = port;
-    return ftp::session(ftp::parse_url("ftp://127.0.0.1"), options);
+    options.port = at.port;
+    return ftp::session(ftp::parse_url("ftp://" + at.host), options);
 }
 
 std::string truth(bool is)
@@ -56,6 +55,17 @@ std::string joined(const Names& names)
 core::ustring wide(const std::string& text)
 {
     return fl::i18n::utf8_to_ustring(text);
+}
+
+/// A session that is encrypted, with a server that this program was told of.
+std::string speak_encrypted(site& at)
+{
+    auto& handle = at.handle.emplace();
+    const auto folder =
+        core::connect(handle, "ftp://" + at.host, std::getenv("TARNIX_SUBJECT_USER"),
+                      std::getenv("TARNIX_SUBJECT_PASSWORD"), at.port, "passive", "strict", false,
+                      std::getenv("TARNIX_SUBJECT_CA_FILE"), true, false, 1, 30);
+    return core::pwd(handle) == folder ? joined(core::dir(handle, "")) : "another folder";
 }
 
 /// The text of a message for each identifier of the library.
@@ -123,11 +133,12 @@ const std::array operations{
     operation{"core_connect", stage::bare,
               [](site& at) {
                   at.handle.emplace();
-                  return connect(*at.handle, at.port);
+                  return connect(*at.handle, at);
               }},
     operation{"core_pwd", stage::handle, [](site& at) { return core::pwd(at.connected()); }},
-    operation{"core_cd", stage::handle,
-              [](site& at) { return core::cd(at.connected(), shelf_url); }},
+    operation{
+        "core_cd", stage::handle,
+        [](site& at) { return core::cd(at.connected(), "ftp://" + at.host + "//home/u/shelf/"); }},
     operation{"core_list", stage::handle,
               [](site& at) { return core::list(at.connected(), "shelf"); }},
     operation{"core_nlst", stage::handle,
@@ -171,10 +182,11 @@ const std::array operations{
     operation{"core_is_file", stage::handle,
               [](site& at) { return truth(core::is_file(at.connected(), wide("file"))); }},
     operation{"core_syst", stage::handle, [](site& at) { return core::syst(at.connected()); }},
+    operation{"core_encrypted", stage::bare, &speak_encrypted},
     // The session layer.
     operation{"session_connect", stage::bare,
               [](site& at) {
-                  at.session = open_session(at.port);
+                  at.session = open_session(at);
                   return at.session->working_folder();
               }},
     operation{"session_cd", stage::session,
@@ -249,16 +261,16 @@ const operation& find_operation(const std::string& name)
 void prepare(site& at, operation::stage wanted)
 {
     if (wanted == stage::handle)
-        connect(at.handle.emplace(), at.port);
+        connect(at.handle.emplace(), at);
     if (wanted == stage::session)
-        at.session = open_session(at.port);
+        at.session = open_session(at);
 }
 
 std::string use_again(site& at)
 {
     std::string seen;
-    if (at.handle) {
-        seen = connect(*at.handle, at.port) + ' ';
+    if (at.handle && !std::getenv("TARNIX_SUBJECT_USER")) {
+        seen = connect(*at.handle, at) + ' ';
         seen += joined(core::dir(*at.handle, "shelf"));
     }
     if (at.session) {

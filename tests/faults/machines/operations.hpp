@@ -14,7 +14,8 @@ namespace tarnix::test {
 /// Where an operation runs.
 struct site {
     explicit site(const assignment& given)
-        : port(given.port),
+        : host(given.host),
+          port(given.port),
           folder(given.folder),
           local_name(given.local),
           serial(std::to_string(given.serial))
@@ -30,6 +31,7 @@ struct site {
     }
     bool is_usual() const { return local_name.empty(); }
 
+    std::string host;
     unsigned short port;
     std::filesystem::path folder;
     std::string local_name;
