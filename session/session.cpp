@@ -160,7 +160,11 @@ std::string session::state::begin_transfer(const std::string& remote, transfer_m
     // libcurl would put carriage returns into an upload and leave them in a download.
     if (mode == transfer_mode::text && view.is_sftp())
         throw invalid_input("SFTP knows no text mode");
-    return begin_named(remote);
+    auto path = begin_named(remote);
+    // As "/." does; libcurl would transfer its listing.
+    if (path == "/")
+        throw invalid_input("the path on the server names a folder, not a file");
+    return path;
 }
 
 /// Runs an operation of the library, and turns its identifier exception into a failure that says

@@ -138,14 +138,14 @@ url parse_url(std::string_view text)
     const auto at = authority.find('@');
     if (at != authority.rfind('@'))
         throw invalid_url("an \"@\" in the user name must be written %40");
+    // libcurl would decode it, and decode it again when it gets the host in a URL. An address in
+    // brackets has a "%" before its zone.
+    const auto host = authority.substr(at == std::string::npos ? 0 : at + 1);
+    if (!host.starts_with('[') && host.find('%') != std::string::npos)
+        throw invalid_url("a \"%\" in the host of the URL is not supported");
 
     const auto parts = parse_authority(authority);
     result.host = host_of(parts.get());
-    // libcurl has decoded it, and would decode it again when it gets the host in a URL.
-    const auto is_name = !result.host.starts_with('[');
-    if (has_control_character(result.host) ||
-        (is_name && result.host.find('%') != std::string::npos))
-        throw invalid_url("the host in the URL is not a host name or address");
     result.port = port_of(get(parts.get(), CURLUPART_PORT));
     if (at != std::string::npos) {
         const auto login = std::string_view(authority).substr(0, at);

@@ -25,10 +25,13 @@ public:
     void flush(std::size_t limit);
     /// The same for replies: one for each call of `owe_reply`, and the next one not before the
     /// client has read the one before. libcurl 7.88 reads a reply that it has not asked for with a
-    /// pointer into memory that it has freed; see docs/reliability.md.
+    /// pointer into memory that it has freed; see docs/reliability.md. With the environment
+    /// variable TARNIX_FUZZ_UNASKED everything is sent at once all the same.
     void flush_replies(std::size_t limit);
     void owe_reply() { ++owed_; }
     bool owes_nothing() const { return owed_ == 0; }
+    /// Of the reply that was sent last.
+    const std::string& last_code() const { return last_code_; }
     bool is_flushed() const { return outgoing_.empty(); }
     /// What has arrived. Empty when nothing has.
     std::string receive();
@@ -38,6 +41,7 @@ private:
     int descriptor_;
     std::string outgoing_;
     int owed_ = 0;
+    std::string last_code_;
     std::string line_; ///< the beginning, already sent, of the line that is sent next
     bool client_has_gone_ = false;
 };
@@ -84,7 +88,9 @@ private:
     void answer(control& client, const std::string& command);
     void begin_transfer(control& client, const std::string& verb);
     void continue_transfer();
-    void finish_transfer();
+    bool client_goes_on() const;
+    void complete();
+    void end_transfer();
     /// Sends the next reply of the script; `sane` is the one of a sane server. Returns what was
     /// sent.
     std::string reply(control& client, const std::string& sane);
@@ -94,6 +100,7 @@ private:
     std::optional<server_socket> data_;
     transfer transfer_ = transfer::none;
     control* transferring_ = nullptr;
+    bool completion_is_due_ = false;
     std::vector<std::string> commands_;
     std::string last_sent_;
     std::string last_received_;

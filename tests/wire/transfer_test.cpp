@@ -260,6 +260,24 @@ TEST_F(TransferTest, large_download_arrives_whole)
     EXPECT_TRUE(read_local("down") == bytes);
 }
 
+TEST_F(TransferTest, download_reads_no_further_than_to_the_size_that_the_server_told)
+{
+    server().tree().add_file("/home/u/f", "grown since");
+    server().reply_to("SIZE", 213, "5");
+    receive_file(session(), u"f", local("f"), false);
+    EXPECT_EQ(read_local("f"), "grown");
+}
+
+TEST_F(TransferTest, download_of_a_path_that_names_a_folder_is_its_listing)
+{
+    server().tree().add_file("/home/u/sub/f", "x");
+    for (const std::u16string path : {u"sub/", u"sub/.", u"", u"/"}) {
+        receive_file(session(), path, local("listing"), false);
+        EXPECT_THAT(server().received(), testing::Contains("LIST"));
+        EXPECT_NE(read_local("listing"), "");
+    }
+}
+
 TEST_F(TransferTest, download_from_an_absolute_path_goes_there_and_back)
 {
     server().tree().add_file("/srv/my data/100%", "x");

@@ -93,6 +93,13 @@ TEST_F(MisbehavingServerTest, a_working_folder_with_a_control_character_is_refus
                 HasSubstr("control character"));
 }
 
+TEST_F(MisbehavingServerTest, the_root_is_no_file)
+{
+    auto session = connect();
+    EXPECT_THROW(session.download("/.", local_ / "root"), ftp::invalid_input);
+    EXPECT_THROW(session.upload(write_bytes(local_ / "file", "x"), "a/../.."), ftp::invalid_input);
+}
+
 TEST_F(MisbehavingServerTest, no_password_goes_to_a_server_without_tls)
 {
     auto server = url();
