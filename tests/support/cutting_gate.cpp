@@ -9,6 +9,7 @@
 #include <cerrno>
 #include <cstdio>
 #include <exception>
+#include <iterator>
 #include <system_error>
 #include <utility>
 
@@ -69,6 +70,12 @@ std::vector<cutting_gate::passage> cutting_gate::passed() const
 {
     const std::lock_guard lock(mutex_);
     return passed_;
+}
+
+std::vector<cutting_gate::passage> cutting_gate::passed_before_cut() const
+{
+    const std::lock_guard lock(mutex_);
+    return {passed_.begin(), passed_.begin() + cut_position_};
 }
 
 bool cutting_gate::is_quiet_within(std::chrono::milliseconds time) const
@@ -154,6 +161,7 @@ void cutting_gate::take_start()
     const auto at_once = [this] {
         const std::lock_guard lock(mutex_);
         passed_.clear();
+        cut_position_ = 0;
         return cut_ && cut_->where == channel::control && cut_->way == direction::to_server &&
                cut_->after == 0;
     }();
@@ -293,6 +301,7 @@ void cutting_gate::break_off(link& victim)
 {
     const std::lock_guard lock(mutex_);
     has_cut_ = true;
+    cut_position_ = std::ssize(passed_);
     if (cut_->how == breaking::reset)
         victim.client->reset_when_closed();
     victim.client.reset();

@@ -59,8 +59,9 @@ public:
     void start(const std::optional<cut>& there = std::nullopt);
     /// Waits for the cut; false when it did not come in time.
     bool has_cut_within(std::chrono::milliseconds time) const;
-    /// What passed since the start.
+    /// What passed since the start, and how much of that before the cut.
     std::vector<passage> passed() const;
+    std::vector<passage> passed_before_cut() const;
     /// Waits until both sides of all connections have ended; false when they did not in time. The
     /// server has done by then whatever it was told.
     bool is_quiet_within(std::chrono::milliseconds time) const;
@@ -114,6 +115,7 @@ private:
     bool has_cut_ = false;
     bool is_quiet_ = true;
     std::vector<passage> passed_;
+    std::ptrdiff_t cut_position_ = 0;
     std::vector<std::string> faults_;
     // Of the gate's own thread.
     int connections_ = 0;

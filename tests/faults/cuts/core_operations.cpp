@@ -1,8 +1,9 @@
 #include "core_operations.hpp"
 
+#include "files_of_place.hpp"
+
 #include <support/identifier_matchers.hpp>
 
-#include <boost/algorithm/string/erase.hpp>
 #include <boost/algorithm/string/join.hpp>
 #include <boost/algorithm/string/replace.hpp>
 #include <gtest/gtest.h>
@@ -89,48 +90,9 @@ void reconnect(place& here)
         throw std::runtime_error("it is in " + folder);
 }
 
-const std::string text = "one\ntwo\n";
-
-/// The content of a file, or how much of the text that the transfers move.
-std::string content_of(const std::string& bytes)
+std::string changes_and_local_file(place& here)
 {
-    const auto arrived = boost::algorithm::erase_all_copy(bytes, "\r");
-    if (arrived == text)
-        return "whole";
-    if (arrived.empty())
-        return "empty";
-    return text.starts_with(arrived) ? "part" : bytes;
-}
-
-/// All below the login folder, without the working folder itself.
-std::string files_in(const file_tree& tree, const std::string& folder = place::login_folder)
-{
-    std::string all;
-    for (const auto& name : tree.names(folder)) {
-        const auto path = folder + '/' + name;
-        const auto content = tree.read(path);
-        const auto shown = path.substr(std::string(place::login_folder).size() + 1);
-        if (path != place::working_folder)
-            all += ' ' + shown + (content ? '=' + content_of(*content) : "/");
-        all += files_in(tree, path);
-    }
-    return all;
-}
-
-/// What is on the server, when that is not what there was.
-std::string server_files(place& here)
-{
-    const auto now = files_in(here.server.tree());
-    if (now == here.files_before)
-        return "";
-    return now.empty() ? " -> nothing" : " ->" + now;
-}
-
-constexpr auto local_name = "local";
-
-std::string local_file(place& here)
-{
-    return server_files(here) + ", local " + content_of(read_bytes(here.local / local_name));
+    return server_changes(here) + ", local " + content_of(read_bytes(local_file(here)));
 }
 
 /// How much of it arrived.
@@ -143,62 +105,24 @@ std::string part_of(const std::string& listing, const std::string& arrived)
     return listing.starts_with(arrived) ? "a part of the listing" : arrived;
 }
 
-using preparation = std::function<void(place&)>;
-
-void nothing(place&) {}
-
-preparation remote_file(const std::string& name, const std::string& content)
-{
-    return [=](place& here) {
-        here.server.tree().add_file(std::string(place::working_folder) + '/' + name, content);
-    };
-}
-
-preparation remote_folder(const std::string& name)
-{
-    return [=](place& here) {
-        here.server.tree().add_folder(std::string(place::working_folder) + '/' + name);
-    };
-}
-
-void file_to_send(place& here)
-{
-    write_bytes(here.local / local_name, text);
-}
-
 core::ustring local_path(const place& here)
 {
-    return (here.local / local_name).u16string();
+    return local_file(here).u16string();
 }
 
 template <typename Call>
 operation from_the_start(const std::string& name, Call call, std::vector<expectation> control)
 {
-    return {name,
-            [](place& here) { here.server.tree().add_folder(place::working_folder); },
-            start_handle,
-            on_handle(call),
-            reconnect,
-            server_files,
-            std::move(control)};
+    return {name,      prepared(nothing), start_handle,      on_handle(call),
+            reconnect, server_changes,    std::move(control)};
 }
 
 template <typename Call>
 operation in_working_folder(const std::string& name, const preparation& prepare, Call call,
                             std::vector<expectation> control, std::vector<expectation> data = {})
 {
-    return {name,
-            [prepare](place& here) {
-                here.server.tree().add_folder(place::working_folder);
-                prepare(here);
-                here.files_before = files_in(here.server.tree());
-            },
-            start_in_working_folder,
-            on_handle(call),
-            reconnect,
-            server_files,
-            std::move(control),
-            std::move(data)};
+    return {name,      prepared(prepare), start_in_working_folder, on_handle(call),
+            reconnect, server_changes,    std::move(control),      std::move(data)};
 }
 
 template <typename Call>
@@ -206,7 +130,7 @@ operation download(const std::string& name, const preparation& prepare, Call cal
                    std::vector<expectation> control, std::vector<expectation> data = {})
 {
     auto result = in_working_folder(name, prepare, call, std::move(control), std::move(data));
-    result.effect = local_file;
+    result.effect = changes_and_local_file;
     return result;
 }
 
@@ -389,7 +313,7 @@ std::vector<operation> core_operations()
             [](curl_ptr& h, place& here) { core::send_file(h, local_path(here), u"f", true); },
             upload_commands, upload_data),
         download(
-            "receive_file", remote_file("f", text),
+            "receive_file", remote_file("f", the_text),
             [](curl_ptr& h, place& here) { core::receive_file(h, u"f", local_path(here), false); },
             {{"idle", {"done, local whole"}},
              // The reply is the last one to have come, if any, that libcurl still tells.
@@ -406,7 +330,7 @@ std::vector<operation> core_operations()
              {"RETR f data part", {"FTPError 150, local part"}},
              {"RETR f data all", {"done, local whole"}}}),
         download(
-            "receive_text", remote_file("f", text),
+            "receive_text", remote_file("f", the_text),
             [](curl_ptr& h, place& here) { core::receive_file(h, u"f", local_path(here), true); },
             {{"idle", {"done, local whole"}},
              {"in EPSV",

@@ -1,0 +1,36 @@
+#pragma once
+
+#include "place.hpp"
+
+#include <filesystem>
+#include <functional>
+#include <string>
+
+namespace tarnix::test {
+
+/// What the transfers move.
+extern const std::string the_text;
+
+/// "whole", "part" or "empty", as much of the text as there is; any other content as it is.
+std::string content_of(const std::string& bytes);
+
+/// All that is below the login folder on the server, without the working folder itself; empty when
+/// that is what there was before.
+std::string server_changes(place& here);
+
+/// The local file of the transfers.
+std::filesystem::path local_file(const place& here);
+
+// What there is at the start, in the working folder.
+
+using preparation = std::function<void(place&)>;
+
+void nothing(place& here);
+void file_to_send(place& here);
+preparation remote_file(const std::string& name, const std::string& content);
+preparation remote_folder(const std::string& name);
+
+/// Makes the working folder too, and remembers what there is.
+preparation prepared(const preparation& what);
+
+} // namespace tarnix::test
