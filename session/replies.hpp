@@ -20,11 +20,14 @@ public:
     void add(std::string_view line);
 
     /// The last reply, without its line end, when it refused something (4xx, 5xx). What was refused
-    /// earlier the client found another way for.
+    /// earlier the client found another way for. Cut short where it is very long.
     const std::optional<std::string>& refusal() const { return refusal_; }
 
     /// The last reply neither refused something nor ended a transfer: there should be another one.
     bool lack_an_end() const { return !refusal_ && !transfer_ended_; }
+
+    /// The last reply says that what was asked for is done.
+    bool say_done() const { return done_; }
 
     /// A SIZE was answered.
     bool has_file_size() const { return has_file_size_; }
@@ -32,6 +35,7 @@ public:
 
 private:
     std::optional<std::string> refusal_;
+    bool done_ = false;
     bool transfer_began_ = false;
     bool transfer_ended_ = false;
     bool has_file_size_ = false;

@@ -49,6 +49,9 @@ struct session::state {
     std::string begin_named(const std::string& path);
     std::string begin_transfer(const std::string& remote, transfer_mode mode);
 
+    /// Raises unless an FTP server said so: libcurl goes on after every reply that is no refusal.
+    void check_done(const std::string& what, const replies& server) const;
+
     template <typename Operation, typename Explain>
     replies run(const std::string& what, Operation operation, Explain explain);
 
@@ -181,6 +184,12 @@ replies session::state::run(const std::string& what, Operation operation, Explai
     }
 }
 
+void session::state::check_done(const std::string& what, const replies& server) const
+{
+    if (!view.is_sftp() && !server.say_done())
+        view.raise(what, failure_kind::transfer, "the server does not say that it is done");
+}
+
 session::session(const url& server, const session_options& options)
 {
     const auto wanted = make_settings(server, options);
@@ -207,14 +216,7 @@ void session::change_folder(const std::string& path)
     const auto url = state_->view.folder_url(target);
     std::string name;
     state_->run(
-        what, [&](core::curl_ptr& handle) { name = core::cd(handle, url); },
-        [](const replies& server) {
-            // It was entered a moment ago.
-            if (!server.refusal())
-                return explanation{failure_kind::connection,
-                                   "the connection was lost, or the server does not name it"};
-            return explanation{failure_kind::not_found, *server.refusal()};
-        });
+        what, [&](core::curl_ptr& handle) { name = core::cd(handle, url); }, &explain_entering);
     state_->folder =
         state_->view.is_sftp() ? target : usable_folder(absolute_path("/", undouble_quotes(name)));
 }
@@ -249,15 +251,17 @@ bool session::is_file(const std::string& path)
 void session::make_folder(const std::string& path)
 {
     const auto folder = state_->begin_named(path);
-    state_->run(
-        "cannot make the folder " + quoted(folder),
+    const auto what = "cannot make the folder " + quoted(folder);
+    const auto server = state_->run(
+        what,
         [&](core::curl_ptr& handle) {
             if (state_->view.is_sftp())
                 core::sftp_create_folder(handle, escape_quotes(folder));
             else
                 core::create_folder(handle, folder);
         },
-        [&](const replies& server) { return explain_new_folder(state_->view, folder, server); });
+        [&](const replies& heard) { return explain_new_folder(state_->view, folder, heard); });
+    state_->check_done(what, server);
 }
 
 void session::remove_folder(const std::string& path)
@@ -268,7 +272,7 @@ void session::remove_folder(const std::string& path)
     // Asked before, because the library prints libcurl's text when an SFTP server refuses.
     if (view.is_sftp() && !view.names(folder, what).empty())
         throw failure(failure_kind::conflict, what + ": it is not empty");
-    state_->run(
+    const auto server = state_->run(
         what,
         [&](core::curl_ptr& handle) {
             if (view.is_sftp())
@@ -276,7 +280,8 @@ void session::remove_folder(const std::string& path)
             else
                 core::delete_folder(handle, folder);
         },
-        [&](const replies& server) { return explain_removal(view, folder, server); });
+        [&](const replies& heard) { return explain_removal(view, folder, heard); });
+    state_->check_done(what, server);
 }
 
 void session::remove_file(const std::string& path)
@@ -284,15 +289,17 @@ void session::remove_file(const std::string& path)
     const auto file = state_->begin_named(path);
     auto& view = state_->view;
     const auto name = name_for_command(view, file);
-    state_->run(
-        "cannot remove the file " + quoted(file),
+    const auto what = "cannot remove the file " + quoted(file);
+    const auto server = state_->run(
+        what,
         [&](core::curl_ptr& handle) {
             if (view.is_sftp())
                 core::sftp_delete_remote_file(handle, name);
             else
                 core::delete_remote_file(handle, name);
         },
-        [&](const replies& server) { return explain_file_removal(view, file, server); });
+        [&](const replies& heard) { return explain_file_removal(view, file, heard); });
+    state_->check_done(what, server);
 }
 
 void session::rename(const std::string& from, const std::string& to)
@@ -395,7 +402,7 @@ std::string session::system_type()
     const auto text = core::syst(state_->link.handle());
     const std::string code = "215 ";
     if (const auto line = core::match_response_code(text, code))
-        return line->substr(code.size());
+        return line->substr(code.size(), line->find('\n') - code.size());
     const auto reply = core::last_response_code(state_->link.handle());
     constexpr auto first_refusal = 400;
     if (reply < first_refusal)
