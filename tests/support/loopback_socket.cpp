@@ -205,13 +205,6 @@ void tcp_stream::reset_when_closed()
             "setsockopt");
 }
 
-void tcp_stream::reset_when_closed()
-{
-    const linger at_once{1, 0};
-    checked(setsockopt(socket_.number(), SOL_SOCKET, SO_LINGER, &at_once, sizeof at_once),
-            "setsockopt");
-}
-
 void tcp_stream::set_pacing(const pacing& how)
 {
     pacing_ = how;
