@@ -1,6 +1,7 @@
 #include "text_checks.hpp"
 
 #include <tarnix/ftp/errors.hpp>
+
 #include <tarnix/io/ftp/errors.hpp>
 
 #include <algorithm>
@@ -45,17 +46,10 @@ std::optional<failure_kind> kind_of(const resource_core::BaseMsgID& message)
     return found == kinds.end() ? std::nullopt : std::optional(found->second);
 }
 
-/// Servers put into their replies what they like, also what takes over a terminal.
-std::string without_control_characters(std::string text)
-{
-    std::replace_if(text.begin(), text.end(), is_control_character, '?');
-    return text;
-}
-
 } // namespace
 
 failure::failure(failure_kind kind, const std::string& text)
-    : std::runtime_error(without_control_characters(text)), kind_(kind)
+    : std::runtime_error(one_line(text)), kind_(kind)
 {
 }
 

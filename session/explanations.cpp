@@ -101,6 +101,13 @@ explanation explain_file_removal(remote_view& view, const std::string& path, con
     return refused(server);
 }
 
+explanation explain_entering(const replies& server)
+{
+    if (const auto& refusal = server.refusal())
+        return {kind_of_refusal(*refusal, failure_kind::not_found), *refusal};
+    return {failure_kind::connection, "the server does not say that it was entered"};
+}
+
 explanation explain_rename(remote_view& view, const std::string& to, const replies& server)
 {
     // pure-ftpd's answer to every rename that fails, whatever the reason.

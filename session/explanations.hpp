@@ -18,6 +18,8 @@ explanation explain_download(remote_view& view, const std::string& path, const r
 explanation explain_new_folder(remote_view& view, const std::string& path, const replies& server);
 explanation explain_removal(remote_view& view, const std::string& path, const replies& server);
 explanation explain_file_removal(remote_view& view, const std::string& path, const replies& server);
+/// Of a folder that could be entered before.
+explanation explain_entering(const replies& server);
 /// When both names were looked at before.
 explanation explain_rename(remote_view& view, const std::string& to, const replies& server);
 

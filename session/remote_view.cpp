@@ -37,6 +37,13 @@ bool refuses_the_name(const replies& server)
     return refusal && (refusal->starts_with("450") || refusal->starts_with("550"));
 }
 
+/// Rather than about the server's state of mind.
+bool is_about_the_name(const replies& server)
+{
+    const auto& refusal = server.refusal();
+    return refusal && kind_of_refusal(*refusal, failure_kind::not_found) == failure_kind::not_found;
+}
+
 /// Some servers refuse to list an empty folder, with the codes of a real refusal.
 bool says_that_nothing_is_there(const std::string& refusal)
 {
@@ -106,10 +113,10 @@ bool remote_view::has_folder(const std::string& path)
     if (given.code == CURLE_OK)
         return true;
     const auto not_there = is_sftp_ ? CURLE_REMOTE_FILE_NOT_FOUND : CURLE_REMOTE_ACCESS_DENIED;
-    if (given.code == not_there)
+    if (given.code == not_there && (is_sftp_ || is_about_the_name(given.server)))
         return false;
     // Only of a folder does an SFTP server say that it must not be listed.
-    if (given.code == CURLE_REMOTE_ACCESS_DENIED && has(path))
+    if (is_sftp_ && given.code == CURLE_REMOTE_ACCESS_DENIED && has(path))
         return true;
     // Of a file OpenSSH says that it is missing, proftpd just that listing it failed.
     if (is_sftp_ && given.code == CURLE_SSH && has(path))
@@ -139,7 +146,8 @@ bool remote_view::has_plain_file(const std::string& path)
     if (given.server.has_file_size())
         return true;
     // To a server that knows SIZE, what has none and is listed is a folder that is locked.
-    if (given.code == CURLE_REMOTE_FILE_NOT_FOUND || given.code == CURLE_REMOTE_ACCESS_DENIED)
+    if (given.code == CURLE_REMOTE_FILE_NOT_FOUND ||
+        (given.code == CURLE_REMOTE_ACCESS_DENIED && is_about_the_name(given.server)))
         return false;
     if (given.code != CURLE_OK)
         raise(looking_at(path), given);

@@ -7,6 +7,9 @@ namespace tarnix::ftp {
 
 namespace {
 
+/// As much of a server's words as a reader can use.
+constexpr std::size_t longest_reply = 500;
+
 /// The last line of a reply: three digits and a blank.
 bool ends_reply(std::string_view line)
 {
@@ -35,10 +38,10 @@ void replies::add(std::string_view line)
         return;
     refusal_.reset();
     if (line.starts_with('4') || line.starts_with('5'))
-        refusal_ = line;
+        refusal_ = line.substr(0, longest_reply);
     doubtful_end_.reset();
     if (!refusal_ && (!line.starts_with('2') || line.starts_with("202"))) // 202: not implemented
-        doubtful_end_ = line;
+        doubtful_end_ = line.substr(0, longest_reply);
     transfer_ended_ = transfer_began_ && line.starts_with('2');
     transfer_began_ = transfer_began_ || line.starts_with('1');
     has_file_size_ = has_file_size_ || line.starts_with("213");

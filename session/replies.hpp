@@ -20,7 +20,7 @@ public:
     void add(std::string_view line);
 
     /// The last reply, without its line end, when it refused something (4xx, 5xx). What was refused
-    /// earlier the client found another way for.
+    /// earlier the client found another way for. Cut short where it is very long.
     const std::optional<std::string>& refusal() const { return refusal_; }
 
     /// The last reply that was neither a refusal nor "done": the library takes all of them for

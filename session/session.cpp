@@ -224,14 +224,7 @@ void session::change_folder(const std::string& path)
     const auto url = state_->view.folder_url(target);
     std::string name;
     state_->run(
-        what, [&](core::curl_ptr& handle) { name = core::cd(handle, url); },
-        [](const replies& server) {
-            // It was entered a moment ago.
-            if (!server.refusal())
-                return explanation{failure_kind::connection,
-                                   "the connection was lost, or the server does not name it"};
-            return explanation{failure_kind::not_found, *server.refusal()};
-        });
+        what, [&](core::curl_ptr& handle) { name = core::cd(handle, url); }, &explain_entering);
     state_->folder =
         state_->view.is_sftp() ? target : usable_folder(absolute_path("/", undouble_quotes(name)));
 }
@@ -274,7 +267,7 @@ void session::make_folder(const std::string& path)
             else
                 core::create_folder(handle, folder);
         },
-        [&](const replies& server) { return explain_new_folder(state_->view, folder, server); });
+        [&](const replies& heard) { return explain_new_folder(state_->view, folder, heard); });
 }
 
 void session::remove_folder(const std::string& path)
@@ -293,7 +286,7 @@ void session::remove_folder(const std::string& path)
             else
                 core::delete_folder(handle, folder);
         },
-        [&](const replies& server) { return explain_removal(view, folder, server); });
+        [&](const replies& heard) { return explain_removal(view, folder, heard); });
 }
 
 void session::remove_file(const std::string& path)
@@ -309,7 +302,7 @@ void session::remove_file(const std::string& path)
             else
                 core::delete_remote_file(handle, name);
         },
-        [&](const replies& server) { return explain_file_removal(view, file, server); });
+        [&](const replies& heard) { return explain_file_removal(view, file, heard); });
 }
 
 void session::rename(const std::string& from, const std::string& to)
@@ -410,7 +403,7 @@ std::string session::system_type()
     const auto text = core::syst(state_->link.handle());
     const std::string code = "215 ";
     if (const auto line = core::match_response_code(text, code))
-        return line->substr(code.size());
+        return line->substr(code.size(), line->find('\n') - code.size());
     const auto reply = core::last_response_code(state_->link.handle());
     constexpr auto first_refusal = 400;
     if (reply < first_refusal)

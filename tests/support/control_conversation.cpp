@@ -83,6 +83,8 @@ void control_conversation::answer()
 {
     const auto scripted = server_.script.next(word_);
     fault_ = server_.faults.next(word_);
+    if (!fault_ && scripted.rewritten)
+        fault_ = reply_fault{.words = scripted.rewritten};
     if (scripted.close)
         control_.hold_back();
     if (scripted.instead)

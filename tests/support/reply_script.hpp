@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <list>
 #include <map>
 #include <mutex>
@@ -11,7 +12,9 @@ namespace tarnix::test {
 /// What a server does differently for one command.
 struct scripted_reply {
     /// In place of what the server would do and reply; empty text for no reply at all.
-    std::optional<std::string> instead;
+    std::optional<std::string> instead{};
+    /// In place of the reply that is due; the command is carried out.
+    std::function<std::string(const std::string& due)> rewritten{};
     /// Drops the control connection then; the reply and the end reach the client together.
     bool close = false;
 };

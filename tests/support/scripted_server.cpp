@@ -25,7 +25,13 @@ void scripted_server::reply_to(const std::string& word, int code, const std::str
 
 void scripted_server::reply_raw(const std::string& word, const std::string& bytes, occurrence nth)
 {
-    state_.script.set(word, {bytes, false}, nth);
+    state_.script.set(word, {.instead = bytes}, nth);
+}
+
+void scripted_server::rewrite(const std::string& word,
+                              const std::function<std::string(const std::string& due)>& how)
+{
+    state_.script.set(word, {.rewritten = how}, every);
 }
 
 void scripted_server::stay_silent_on(const std::string& word, occurrence nth)
@@ -35,12 +41,12 @@ void scripted_server::stay_silent_on(const std::string& word, occurrence nth)
 
 void scripted_server::close_on(const std::string& word, occurrence nth)
 {
-    state_.script.set(word, {"", true}, nth);
+    state_.script.set(word, {.instead = "", .close = true}, nth);
 }
 
 void scripted_server::close_after(const std::string& word, occurrence nth)
 {
-    state_.script.set(word, {{}, true}, nth);
+    state_.script.set(word, {.close = true}, nth);
 }
 
 void scripted_server::drop_connections()

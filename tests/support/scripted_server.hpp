@@ -2,6 +2,7 @@
 
 #include <support/control_conversation.hpp>
 
+#include <functional>
 #include <string>
 #include <thread>
 #include <vector>
@@ -39,6 +40,9 @@ public:
     void reply_to(const std::string& word, int code, const std::string& text,
                   occurrence nth = every);
     void reply_raw(const std::string& word, const std::string& bytes, occurrence nth = every);
+    /// The command is carried out, and its reply becomes what `how` makes of it.
+    void rewrite(const std::string& word,
+                 const std::function<std::string(const std::string& due)>& how);
     void stay_silent_on(const std::string& word, occurrence nth = every);
     void close_on(const std::string& word, occurrence nth = every);
     /// The command is carried out and answered; then the connection is dropped.

@@ -1,5 +1,7 @@
 #include "core_meeting.hpp"
 
+#include "server_content.hpp"
+
 #include <support/identifier_matchers.hpp>
 #include <support/option_recorder.hpp>
 

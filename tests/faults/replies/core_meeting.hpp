@@ -1,6 +1,7 @@
 #pragma once
 
 #include "core_operations.hpp"
+#include "misbehaviour.hpp"
 
 #include <support/scripted_server.hpp>
 
@@ -12,13 +13,6 @@
 #include <vector>
 
 namespace tarnix::test {
-
-/// How a server is set up to misbehave; the operation's first step is number 0.
-struct misbehaviour {
-    std::function<void(scripted_server&)> arm{};
-    /// The server will keep a client waiting: the client's patience is one second.
-    bool is_silent = false;
-};
 
 /// What one operation on one misbehaving server came to.
 struct core_meeting {

@@ -1,4 +1,5 @@
 #include "core_operations.hpp"
+#include "server_content.hpp"
 
 #include <support/scripted_server.hpp>
 #include <support/temporary_folder.hpp>
@@ -11,7 +12,7 @@ namespace core = io::ftp::core;
 
 namespace {
 
-constexpr auto content = "12345\n67890\n";
+const std::string content = file_content;
 
 std::string quoted(const std::string& text)
 {
@@ -63,12 +64,6 @@ std::string done(bool yes)
 }
 
 } // namespace
-
-void add_content(scripted_server& server)
-{
-    server.tree().add_file("/home/u/file", content);
-    server.tree().add_folder("/home/u/folder");
-}
 
 std::string connect_to(core::curl_ptr& handle, const scripted_server& server)
 {

@@ -36,9 +36,6 @@ inline std::ostream& operator<<(std::ostream& out, const core_operation& operati
 
 const std::vector<core_operation>& core_operations();
 
-/// What the server holds before: the login folder and what the operations need.
-void add_content(scripted_server& server);
-
 /// Logs in without a path in the URL.
 std::string connect_to(io::ftp::core::curl_ptr& handle, const scripted_server& server);
 

@@ -136,6 +136,9 @@ std::vector<named_fault> refusals()
     for (const long code : {421L, 425L, 450L, 452L, 500L, 502L, 530L, 550L, 553L})
         all.push_back({std::to_string(code), effect::refusal, code,
                        instead(reply_line(static_cast<int>(code), "No."))});
+    all.push_back({"550 with control characters", effect::refusal, 550,
+                   instead("550 \x1b[31mN\0o\x07\r\x9b"
+                           "2J \xc2\x9b\xff.\r\n"s)});
     return all;
 }
 

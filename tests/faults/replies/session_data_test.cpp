@@ -1,0 +1,144 @@
+#include "data_faults.hpp"
+#include "meeting_pool.hpp"
+#include "open_descriptors.hpp"
+#include "session_meeting.hpp"
+
+#include <support/temporary_folder.hpp>
+
+#include <tarnix/host/standalone.hpp>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <iostream>
+#include <string>
+#include <vector>
+
+namespace tarnix::test {
+namespace {
+
+using namespace std::chrono_literals;
+using ftp::failure_kind;
+using testing::AnyOf;
+using testing::HasSubstr;
+using verdict = data_fault::verdict;
+
+constexpr auto longest_meeting = 20s;
+
+const session_operation& find_operation(const std::string& name)
+{
+    for (const auto& one : session_operations())
+        if (one.name == name)
+            return one;
+    throw std::out_of_range(name);
+}
+
+class SessionDataTest : public testing::TestWithParam<std::string> {
+protected:
+    verdict verdict_on(const data_fault& fault) const
+    {
+        if (GetParam() == "upload")
+            return fault.upload;
+        return GetParam() == "download" ? fault.download : fault.listing;
+    }
+
+    std::filesystem::path local(std::size_t number) const
+    {
+        return local_ / std::to_string(number);
+    }
+
+    void expect(const data_fault& fault, const session_meeting& met,
+                const session_meeting& undisturbed) const
+    {
+        EXPECT_LT(met.duration, longest_meeting);
+        EXPECT_THAT(met.names_later, testing::StartsWith("[file]"));
+        EXPECT_FALSE(GetParam() == "download" && met.raised && met.has_local_file);
+        switch (verdict_on(fault)) {
+        case verdict::fails:
+            EXPECT_TRUE(met.raised) << met.outcome;
+            EXPECT_THAT(met.kind, AnyOf(failure_kind::connection, failure_kind::transfer))
+                << met.outcome;
+            break;
+        case verdict::unnoticed:
+            EXPECT_FALSE(met.raised) << met.outcome;
+            EXPECT_NE(met.outcome, undisturbed.outcome);
+            break;
+        case verdict::harmless:
+        case verdict::not_met:
+            EXPECT_FALSE(met.raised) << met.outcome;
+            EXPECT_EQ(met.outcome, undisturbed.outcome);
+        }
+    }
+
+    const host::standalone host_;
+    const temporary_folder local_;
+};
+
+TEST_P(SessionDataTest, a_spoilt_transfer_is_told_or_does_not_matter)
+{
+    const auto& operation = find_operation(GetParam());
+    const auto& faults = data_faults();
+    const auto descriptors = count_open_descriptors();
+    const auto undisturbed = meet(operation, {}, local(faults.size()));
+    ASSERT_FALSE(undisturbed.raised) << undisturbed.outcome;
+    std::vector<session_meeting> meetings(faults.size());
+    run_meetings(faults.size(),
+                 [&](std::size_t i) { meetings[i] = meet(operation, faults[i].how, local(i)); });
+    for (std::size_t i = 0; i < faults.size(); ++i) {
+        SCOPED_TRACE(GetParam() + ": " + faults[i].label);
+        expect(faults[i], meetings[i], undisturbed);
+    }
+    EXPECT_EQ(count_open_descriptors(), descriptors);
+    std::cout << "counted: " << faults.size() << " spoilt transfers of a session\n";
+}
+
+INSTANTIATE_TEST_SUITE_P(Operations, SessionDataTest,
+                         testing::Values("list", "names", "upload", "download"),
+                         [](const auto& row) { return row.param; });
+
+class SessionListingTest : public testing::Test {
+protected:
+    SessionListingTest()
+    {
+        ftp::session_options options;
+        options.password = "secret";
+        session_.emplace(url_of(server_), options);
+    }
+
+    const host::standalone host_;
+    scripted_server server_{"/home/u"};
+    std::optional<ftp::session> session_;
+};
+
+TEST_F(SessionListingTest, any_bytes_are_names)
+{
+    using std::string_literals::operator""s;
+    server_.list_as("a\0b\r\n\x1b[2J\r\n"s + std::string(100'000, 'x') + "\r\n\xff\xfe\r\n");
+    EXPECT_THAT(session_->names(),
+                testing::ElementsAre("a\0b"s, "\x1b[2J", std::string(100'000, 'x'), "\xff\xfe"));
+}
+
+TEST_F(SessionListingTest, a_listing_without_line_ends_is_one_name)
+{
+    const std::string name(1024 * 1024, 'x');
+    server_.list_as(name);
+    EXPECT_THAT(session_->names(), testing::ElementsAre(name));
+    EXPECT_EQ(session_->list(), name);
+}
+
+TEST_F(SessionListingTest, an_endless_listing_ends)
+{
+    server_.list_as(std::string(64 * 1024, 'x') + "\r\n");
+    server_.conduct_data(data_conduct::endless);
+    try {
+        session_->names();
+        ADD_FAILURE() << "did not fail";
+    } catch (const ftp::failure& failure) {
+        EXPECT_THAT(failure.what(), HasSubstr("longer than 268435456 bytes"));
+    }
+    server_.clear_script();
+    EXPECT_THAT(session_->names(), testing::IsEmpty());
+}
+
+} // namespace
+} // namespace tarnix::test
