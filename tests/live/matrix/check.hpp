@@ -17,7 +17,8 @@ namespace tarnix::test {
 
 enum class where {
     all_checks, ///< on servers of which all is checked
-    everywhere,
+    everywhere, ///< but on flavours with few checks
+    with_any_data,
     even_without_data ///< also on those whose data connections do not work
 };
 
@@ -58,6 +59,8 @@ inline bool belongs(where place, const flavour& server)
         return true;
     case coverage::some:
         return place != where::all_checks;
+    case coverage::few:
+        return place == where::with_any_data || place == where::even_without_data;
     case coverage::no_data_transfer:
         return place == where::even_without_data;
     case coverage::none:

@@ -12,6 +12,7 @@ namespace tarnix::test {
 enum class coverage {
     all,
     some,             ///< a success and a failure of each operation
+    few,              ///< where all is as on another flavour but the way to the server
     no_data_transfer, ///< those that need no data connection
     none
 };

@@ -11,6 +11,7 @@ constexpr auto binary = false;
 constexpr auto text = true;
 const std::string done = "done";
 constexpr auto everywhere = where::everywhere;
+constexpr auto with_any_data = where::with_any_data;
 constexpr auto even_without_data = where::even_without_data;
 
 /// With the last reply code, which tells an empty answer from a failed one.
@@ -98,7 +99,7 @@ const std::vector<check<client>> checks{
     {"is_folder of a closed folder",
      [](client& c) { return said(core::is_folder(c.session(), "closed")); }, "no"},
     {"list", [](client& c) { return last_words(core::list(c.session(), "")); },
-     "[bare, closed, empty, file, full, lines, locked, secret]", everywhere},
+     "[bare, closed, empty, file, full, lines, locked, secret]", with_any_data},
     {"list of a folder",
      [](client& c) { return with_reply(c, last_words(core::list(c.session(), "full"))); },
      "[inner] 226"},
@@ -112,7 +113,7 @@ const std::vector<check<client>> checks{
      [](client& c) { return with_reply(c, last_words(core::list(c.session(), "closed"))); },
      "[closed] 226"},
     {"nlst", [](client& c) { return said(core::dir(c.session(), "")); },
-     "[bare, closed, empty, file, full, lines, locked, secret]", everywhere},
+     "[bare, closed, empty, file, full, lines, locked, secret]", with_any_data},
     {"nlst of a folder",
      [](client& c) { return with_reply(c, lines(core::nlst(c.session(), "full"))); },
      "[\"full/inner\\n\"] 226"},
@@ -127,7 +128,7 @@ const std::vector<check<client>> checks{
      [](client& c) { return said(core::dir(c.session(), c.root() / "full")); },
      "[ROOT/full/inner]"},
     {"send_file", [](client& c) { return send(c, "sent\r\n", u"new"); },
-     "done; +new=\"sent\\r\\n\"", everywhere},
+     "done; +new=\"sent\\r\\n\"", with_any_data},
     {"send_file of an empty file", [](client& c) { return send(c, "", u"new"); }, "done; +new=\"\"",
      everywhere},
     {"send_file of one byte", [](client& c) { return send(c, "1", u"new"); }, "done; +new=\"1\""},
@@ -141,7 +142,7 @@ const std::vector<check<client>> checks{
     {"send_file as text", [](client& c) { return send(c, "a\nb\n", u"new", text); },
      "done; +new=\"a\\nb\\n\"", everywhere},
     {"send_file into a missing folder", [](client& c) { return send(c, "sent", u"missing/new"); },
-     "raises UploadFailed(LOCAL/sent)", everywhere},
+     "raises UploadFailed(LOCAL/sent)", with_any_data},
     {"send_file into a locked folder", [](client& c) { return send(c, "sent", u"locked/new"); },
      "raises UploadFailed(LOCAL/sent)"},
     {"send_file onto a folder", [](client& c) { return send(c, "sent", u"bare"); },
@@ -155,7 +156,7 @@ const std::vector<check<client>> checks{
      },
      "raises NotFound(LOCAL/missing)"},
     {"receive_file", [](client& c) { return received(c, u"lines"); }, "\"one\\r\\ntwo\\n\"",
-     everywhere},
+     with_any_data},
     {"receive_file of an empty file", [](client& c) { return received(c, u"empty"); }, "\"\"",
      everywhere},
     {"receive_file from another folder", [](client& c) { return received(c, u"full/inner"); },
@@ -166,7 +167,7 @@ const std::vector<check<client>> checks{
     {"receive_file as text", [](client& c) { return received(c, u"lines", text); },
      "\"one\\ntwo\\n\"", everywhere},
     {"receive_file of a missing file", [](client& c) { return received(c, u"missing"); },
-     "raises FileUnavailable(missing)", everywhere},
+     "raises FileUnavailable(missing)", with_any_data},
     {"receive_file from a missing folder", [](client& c) { return received(c, u"missing/inner"); },
      "raises FileUnavailable(missing/inner)"},
     {"receive_file of a folder", [](client& c) { return received(c, u"full"); },

@@ -10,6 +10,7 @@ using client = session_on_flavour;
 
 const std::string done = "done";
 constexpr auto everywhere = where::everywhere;
+constexpr auto with_any_data = where::with_any_data;
 constexpr auto even_without_data = where::even_without_data;
 
 /// The last words of the lines of a long listing, or of a listing of names: names without blanks.
@@ -71,7 +72,7 @@ const std::vector<check<client>> checks{
      "fails: permission"},
 
     {"names", [](client& c) { return said(c.session().names()); },
-     "[bare, closed, empty, file, full, lines, locked, secret]", everywhere},
+     "[bare, closed, empty, file, full, lines, locked, secret]", with_any_data},
     {"names in a folder", [](client& c) { return said(c.session().names("full")); }, "[inner]"},
     {"names in an absolute folder",
      [](client& c) { return said(c.session().names(c.root() / "full")); }, "[inner]"},
@@ -173,7 +174,7 @@ const std::vector<check<client>> checks{
      [](client& c) { return c.session().remove_file("locked/kept"), done; }, "fails: permission"},
 
     {"rename", [](client& c) { return c.session().rename("file", "new"), done; },
-     "done; -file, +new=\"content\"", everywhere},
+     "done; -file, +new=\"content\"", with_any_data},
     {"rename into another folder",
      [](client& c) { return c.session().rename("file", "bare/new"), done; },
      "done; +bare/new=\"content\", -file"},
@@ -193,7 +194,7 @@ const std::vector<check<client>> checks{
      [](client& c) { return c.session().rename("file", "locked/new"), done; }, "fails: permission"},
 
     {"upload", [](client& c) { return upload(c, "sent\r\n", "new"); }, "done; +new=\"sent\\r\\n\"",
-     everywhere},
+     with_any_data},
     {"upload of an empty file", [](client& c) { return upload(c, "", "new"); }, "done; +new=\"\"",
      everywhere},
     {"upload of one byte", [](client& c) { return upload(c, "1", "new"); }, "done; +new=\"1\"",
@@ -218,7 +219,7 @@ const std::vector<check<client>> checks{
      "done; +new=\"a\\nb\\n\""},
 
     {"download", [](client& c) { return downloaded(c, "lines"); }, "\"one\\r\\ntwo\\n\"",
-     everywhere},
+     with_any_data},
     {"download of an empty file", [](client& c) { return downloaded(c, "empty"); }, "\"\"",
      everywhere},
     {"download of one byte",
@@ -230,7 +231,7 @@ const std::vector<check<client>> checks{
     {"download from another folder", [](client& c) { return downloaded(c, "full/inner"); },
      "\"inside\""},
     {"download of a missing file", [](client& c) { return downloaded(c, "missing"); },
-     "fails: not found", everywhere},
+     "fails: not found", with_any_data},
     {"download of a folder", [](client& c) { return downloaded(c, "full"); }, "fails: conflict"},
     {"download of a secret file", [](client& c) { return downloaded(c, "secret"); },
      "fails: permission"},
