@@ -1,6 +1,5 @@
 #include "failing_allocations.hpp"
 
-#include <atomic>
 #include <cerrno>
 #include <cstddef>
 #include <cstdint>
@@ -29,23 +28,29 @@ namespace {
 
 constexpr auto never = std::numeric_limits<long>::max();
 
-// Memory is asked for before any constructor has run. libcurl may look up a name in a thread.
-constinit std::atomic<long> count = 0;
-constinit std::atomic<long> failures = 0;
-constinit std::atomic<long> first_to_fail = never;
-constinit std::atomic<long> last_to_fail = never;
-constinit std::atomic<long> blocks = 0;
+// Memory is asked for before any constructor has run, and before a sanitizer is ready for code of
+// its own. libcurl may look up a name in a thread.
+long count = 0;
+long failures = 0;
+long first_to_fail = never;
+long last_to_fail = never;
+long blocks = 0;
 constinit thread_local bool is_looking = false;
 constinit call_stack first_failure;
+
+long add(long& to, long amount) noexcept
+{
+    return __atomic_add_fetch(&to, amount, __ATOMIC_RELAXED);
+}
 
 bool may_have() noexcept
 {
     if (is_looking)
         return true;
-    const auto number = ++count;
+    const auto number = add(count, 1);
     if (number < first_to_fail || number > last_to_fail)
         return true;
-    if (failures++ == 0) {
+    if (add(failures, 1) == 1) {
         is_looking = true;
         first_failure.capture();
         is_looking = false;
@@ -57,7 +62,7 @@ bool may_have() noexcept
 void* counted(void* block) noexcept
 {
     if (block)
-        ++blocks;
+        add(blocks, 1);
     return block;
 }
 
@@ -88,7 +93,7 @@ void release(void* block) noexcept
 {
     if (!block)
         return;
-    --blocks;
+    add(blocks, -1);
     if (__interceptor_free)
         __interceptor_free(block);
     else
@@ -140,7 +145,7 @@ void fail_at(long nth, reach how)
     failures = 0;
     first_failure.forget();
     first_to_fail = nth > 0 ? nth : never;
-    last_to_fail = how == reach::one ? first_to_fail.load() : never;
+    last_to_fail = how == reach::one ? first_to_fail : never;
 }
 
 void recover()

@@ -208,5 +208,7 @@ int main()
             say("end", "the process to fork from has threads");
         }
     }
-    return 0;
+    // Without a search for leaks: what is left of a run is counted, and what the dynamic linker
+    // keeps looks like one when its memory comes from here.
+    ::_exit(0);
 }
