@@ -12,10 +12,10 @@ namespace {
 
 bool is_expected(std::string_view verb)
 {
-    constexpr std::array<std::string_view, 24> verbs{
-        "USER", "PASS", "PWD",  "CWD",  "TYPE", "EPSV", "PASV", "SIZE",
-        "LIST", "NLST", "RETR", "STOR", "APPE", "RNFR", "RNTO", "DELE",
-        "MKD",  "RMD",  "SYST", "QUIT", "AUTH", "REST", "ABOR", "MDTM"};
+    constexpr std::array<std::string_view, 25> verbs{
+        "USER", "PASS", "PWD",  "CWD",  "TYPE", "EPSV", "PASV", "SIZE", "LIST",
+        "NLST", "RETR", "STOR", "APPE", "RNFR", "RNTO", "DELE", "MKD",  "RMD",
+        "SYST", "QUIT", "AUTH", "REST", "ABOR", "MDTM", "NOOP"};
     return std::find(verbs.begin(), verbs.end(), verb) != verbs.end();
 }
 

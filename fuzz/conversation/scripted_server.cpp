@@ -103,14 +103,16 @@ void server_socket::flush(std::size_t limit)
     }
 }
 
+bool server_socket::may_reply() const
+{
+    int unread = 0;
+    return !owes_nothing() && ::ioctl(descriptor_, SIOCOUTQ, &unread) == 0 && unread == 0;
+}
+
 void server_socket::flush_replies(std::size_t limit)
 {
     static const auto unasked = std::getenv("TARNIX_FUZZ_UNASKED") != nullptr;
-    if (unasked)
-        return flush(limit);
-    int unread = 0;
-    const auto asked = ::ioctl(descriptor_, SIOCOUTQ, &unread) == 0;
-    if (!asked || unread > 0 || owes_nothing())
+    if (!unasked && !may_reply())
         return;
     std::size_t count = 0;
     while (count < std::min(limit, outgoing_.size())) {
@@ -119,11 +121,12 @@ void server_socket::flush_replies(std::size_t limit)
         if (next != '\n')
             continue;
         const auto line = std::exchange(line_, {});
-        if (ends_reply(line)) {
-            last_code_ = line.substr(0, 3);
-            --owed_;
+        if (!ends_reply(line))
+            continue;
+        last_code_ = line.substr(0, 3);
+        owed_ = std::max(owed_ - 1, 0);
+        if (!unasked)
             break;
-        }
     }
     flush(count);
 }

@@ -38,6 +38,8 @@ public:
     bool client_has_gone() const { return client_has_gone_; }
 
 private:
+    bool may_reply() const;
+
     int descriptor_;
     std::string outgoing_;
     int owed_ = 0;

@@ -93,6 +93,13 @@ TEST_F(MisbehavingServerTest, a_working_folder_with_a_control_character_is_refus
                 HasSubstr("control character"));
 }
 
+TEST_F(MisbehavingServerTest, a_farewell_reads_nothing_before_it_sends)
+{
+    connect();
+    EXPECT_EQ(count_of("NOOP"), 1);
+    EXPECT_EQ(count_of("QUIT"), 1);
+}
+
 TEST_F(MisbehavingServerTest, the_root_is_no_file)
 {
     auto session = connect();
