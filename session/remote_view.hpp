@@ -3,6 +3,7 @@
 #include "connection.hpp"
 #include "requests.hpp"
 
+#include <cstdint>
 #include <string>
 #include <vector>
 
@@ -29,6 +30,9 @@ public:
     void check_folder(const std::string& path, const std::string& what);
     std::string listing(const std::string& path, const std::string& what);
     std::vector<std::string> names(const std::string& path, const std::string& what);
+
+    /// Raises a failure when the server says that less than `size` bytes of the file are there.
+    void check_stored(const std::string& path, const std::string& what, std::uintmax_t size);
 
     /// One request of one's own.
     answer ask(const std::string& url, question what);

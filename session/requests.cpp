@@ -95,6 +95,13 @@ void leave_connection(core::curl_ptr& handle)
         .perform();
 }
 
+bool has_reconnected(core::curl_ptr& handle)
+{
+    long connections = 0;
+    curl_easy_getinfo(handle.get(), CURLINFO_NUM_CONNECTS, &connections);
+    return connections > 0;
+}
+
 std::optional<std::string> decisive_refusal(CURLcode code, const replies& server)
 {
     const auto& refusal = server.refusal();

@@ -41,6 +41,9 @@ answer ask(io::ftp::core::curl_ptr& handle, watch& watching, const std::string& 
 /// Closes the connection; the next request logs in anew. Nothing is asked of the server.
 void leave_connection(io::ftp::core::curl_ptr& handle);
 
+/// Whether the last request had to make a connection of its own.
+bool has_reconnected(io::ftp::core::curl_ptr& handle);
+
 /// The server's words for a failed request; none when it said nothing, or when the connection was
 /// lost after it had.
 std::optional<std::string> decisive_refusal(CURLcode code, const replies& server);
