@@ -31,6 +31,14 @@ std::vector<std::string> names_in(const std::string& listing)
     return names;
 }
 
+/// FTP has no other sign of a listing whose connection ended too early.
+bool is_cut_short(const std::string& listing)
+{
+    return !listing.empty() && !listing.ends_with('\n');
+}
+
+constexpr auto broken_listing = "the listing broke off";
+
 bool refuses_the_name(const replies& server)
 {
     const auto& refusal = server.refusal();
@@ -182,6 +190,8 @@ bool remote_view::is_listed(const std::string& path)
     const auto given = ask(folder_url(parent_folder(path)), question::names);
     if (given.code != CURLE_OK && !refuses_the_name(given.server))
         raise(looking_at(path), given);
+    if (is_cut_short(given.body))
+        raise(looking_at(path), failure_kind::transfer, broken_listing);
     const auto names = names_in(given.body);
     return std::find(names.begin(), names.end(), path.substr(path.rfind('/') + 1)) != names.end();
 }
@@ -209,7 +219,19 @@ std::string remote_view::fetch(const std::string& path, const std::string& what,
         raise_for_folder(path, what, given);
     if (given.server.says_folder_unreadable())
         raise(what, failure_kind::permission, "the server cannot read it");
+    if (is_cut_short(given.body))
+        raise(what, failure_kind::transfer, broken_listing);
     return std::move(given.body);
+}
+
+void remote_view::check_stored(const std::string& path, const std::string& what,
+                               std::uintmax_t size)
+{
+    const auto stored = ask(url(path), question::file).server.file_size();
+    if (stored && *stored < size)
+        raise(what, failure_kind::transfer,
+              "the server has stored only " + std::to_string(*stored) + " of " +
+                  std::to_string(size) + " bytes");
 }
 
 std::string remote_view::listing(const std::string& path, const std::string& what)

@@ -3,6 +3,7 @@
 #include "connection.hpp"
 #include "requests.hpp"
 
+#include <cstdint>
 #include <string>
 #include <vector>
 
@@ -32,6 +33,9 @@ public:
 
     /// SFTP: the operation before lost its connection, which libssh2 does not tell. One look.
     bool has_lost_connection();
+
+    /// Raises a failure when the server says that less than `size` bytes of the file are there.
+    void check_stored(const std::string& path, const std::string& what, std::uintmax_t size);
 
     /// One request of one's own.
     answer ask(const std::string& url, question what);

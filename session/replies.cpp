@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <cctype>
+#include <charconv>
+#include <system_error>
 
 namespace tarnix::ftp {
 
@@ -16,6 +18,14 @@ bool ends_reply(std::string_view line)
     return line.size() >= 4 && line[3] == ' ' &&
            std::all_of(line.begin(), line.begin() + 3,
                        [](unsigned char c) { return std::isdigit(c) != 0; });
+}
+
+std::optional<std::uintmax_t> number_in(std::string_view text)
+{
+    std::uintmax_t number = 0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
+    return error == std::errc() && end == text.data() + text.size() ? std::optional(number)
+                                                                    : std::nullopt;
 }
 
 } // namespace
@@ -44,7 +54,10 @@ void replies::add(std::string_view line)
         doubtful_end_ = line.substr(0, longest_reply);
     transfer_ended_ = transfer_began_ && line.starts_with('2');
     transfer_began_ = transfer_began_ || line.starts_with('1');
-    has_file_size_ = has_file_size_ || line.starts_with("213");
+    if (line.starts_with("213")) {
+        has_file_size_ = true;
+        file_size_ = number_in(line.substr(4));
+    }
     // vsftpd reports a folder that it may not read as a listing that went well.
     folder_unreadable_ =
         folder_unreadable_ || (line.starts_with("226") &&

@@ -4,6 +4,7 @@
 
 #include <array>
 #include <cstddef>
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -32,6 +33,8 @@ public:
 
     /// A SIZE was answered.
     bool has_file_size() const { return has_file_size_; }
+    /// What it was answered with, when that is a number.
+    std::optional<std::uintmax_t> file_size() const { return file_size_; }
     bool says_folder_unreadable() const { return folder_unreadable_; }
 
 private:
@@ -40,6 +43,7 @@ private:
     bool transfer_began_ = false;
     bool transfer_ended_ = false;
     bool has_file_size_ = false;
+    std::optional<std::uintmax_t> file_size_;
     bool folder_unreadable_ = false;
 };
 

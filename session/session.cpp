@@ -225,8 +225,9 @@ void session::change_folder(const std::string& path)
     std::string name;
     state_->run(
         what, [&](core::curl_ptr& handle) { name = core::cd(handle, url); }, &explain_entering);
-    state_->folder =
-        state_->view.is_sftp() ? target : usable_folder(absolute_path("/", undouble_quotes(name)));
+    // A connection that was made anew for the last question answers with the login folder.
+    const auto is_named = !state_->view.is_sftp() && !has_connected(state_->link.handle());
+    state_->folder = is_named ? usable_folder(absolute_path("/", undouble_quotes(name))) : target;
 }
 
 std::string session::list(const std::string& path)
@@ -364,6 +365,9 @@ void session::upload(const std::filesystem::path& local, const std::string& remo
     if (size && std::cmp_less(sent(), *size))
         throw failure(failure_kind::transfer,
                       what + ": the local file became shorter while it was sent");
+    // Over FTP a connection that ends too early looks to the server like the end of the file.
+    if (size && mode == transfer_mode::binary && !state_->view.is_sftp())
+        state_->view.check_stored(path, what, *size);
 }
 
 void session::download(const std::string& remote, const std::filesystem::path& local,
