@@ -121,16 +121,23 @@ protected:
         }
     }
 
-    void expect_right_failure(const meeting_point& point) const
+    /// Told by the session itself, in words that any terminal may show.
+    static void expect_one_line_from(const session_meeting& met)
     {
-        const auto& met = point.met;
-        ASSERT_TRUE(met.kind) << met.outcome;
+        EXPECT_TRUE(met.kind) << met.outcome;
         EXPECT_GT(met.outcome.size(), 20U);
         EXPECT_LT(met.outcome.size(), 700U);
         EXPECT_TRUE(std::none_of(met.outcome.begin(), met.outcome.end(), [](unsigned char c) {
             return c < 0x20 || c == 0x7F;
         })) << testing::PrintToString(met.outcome);
         EXPECT_THAT(met.outcome, AnyOf(StartsWith("cannot "), StartsWith("127.0.0.1 port ")));
+    }
+
+    void expect_right_failure(const meeting_point& point) const
+    {
+        const auto& met = point.met;
+        expect_one_line_from(met);
+        ASSERT_TRUE(met.kind);
         EXPECT_FALSE(GetParam().name.starts_with("download") && met.has_local_file);
         EXPECT_THAT(kinds_for(point), testing::Contains(*met.kind)) << met.outcome;
     }
@@ -187,6 +194,32 @@ TEST_P(SessionRepliesTest, every_fault_at_every_step_is_told_or_does_not_matter)
     }
     EXPECT_EQ(count_open_descriptors(), descriptors);
     std::cout << "counted: " << points.size() << " spoilt replies to operations of a session\n";
+}
+
+TEST_P(SessionRepliesTest, a_server_that_always_says_the_same_is_told)
+{
+    const auto undisturbed = meet(GetParam(), {}, next_local());
+    std::vector<meeting_point> points;
+    for (const auto& fault : reply_faults())
+        if (fault.meant != effect::none)
+            points.push_back({0, undisturbed.steps.front(), &fault});
+    run_meetings(points.size(), [&](std::size_t i) {
+        auto how = set_up(points[i]);
+        how.arm = [&fault = points[i].fault->fault](scripted_server& server) {
+            server.disturbances().disturb_from(0, fault);
+        };
+        points[i].met = meet(GetParam(), how, next_local());
+    });
+    for (const auto& point : points) {
+        SCOPED_TRACE(GetParam().name + ", always " + point.fault->label);
+        EXPECT_LT(point.met.duration, longest_meeting);
+        EXPECT_THAT(point.met.names_later, StartsWith("["));
+        const auto is_believed = point.fault->code == 200 || may_be_answered(point);
+        EXPECT_TRUE(point.met.raised || is_believed) << point.met.outcome;
+        if (point.met.raised)
+            expect_one_line_from(point.met);
+    }
+    std::cout << "counted: " << points.size() << " hopeless servers met by a session\n";
 }
 
 INSTANTIATE_TEST_SUITE_P(Operations, SessionRepliesTest, testing::ValuesIn(session_operations()),
