@@ -7,7 +7,6 @@ namespace {
 using client = core_on_server;
 
 const std::string done = "done";
-constexpr auto everywhere = where::everywhere;
 constexpr auto even_without_data = where::even_without_data;
 
 /// Of operations for FTP alone.
