@@ -169,6 +169,11 @@ const call_stack& place_of_first_failure()
     return first_failure;
 }
 
+bool is_sanitized()
+{
+    return __interceptor_malloc != nullptr;
+}
+
 long blocks_in_use()
 {
     return blocks;

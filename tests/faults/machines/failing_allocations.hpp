@@ -19,6 +19,9 @@ long failed();
 /// Where the first of them failed.
 const call_stack& place_of_first_failure();
 
+/// Whether a sanitizer watches over the memory.
+bool is_sanitized();
+
 /// Allocated and not yet freed.
 long blocks_in_use();
 

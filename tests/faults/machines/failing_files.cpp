@@ -1,9 +1,12 @@
 #include "failing_files.hpp"
 
 #include <cerrno>
+#include <cstdarg>
 #include <string>
 
 #include <dlfcn.h>
+#include <fcntl.h>
+#include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/uio.h>
 #include <unistd.h>
@@ -15,6 +18,8 @@ namespace {
 trouble wanted = trouble::none;
 long still_to_come = 0;
 long times = 0;
+/// Below 0: no matter how many.
+long openable = -1;
 
 bool is_regular(int descriptor)
 {
@@ -49,6 +54,17 @@ Function real(const char* name)
     return reinterpret_cast<Function>(::dlsym(RTLD_NEXT, name));
 }
 
+bool may_open(long number)
+{
+    if (openable >= 0 && openable < number) {
+        errno = EMFILE;
+        return false;
+    }
+    if (openable >= 0)
+        openable -= number;
+    return true;
+}
+
 int fail()
 {
     errno = EIO;
@@ -64,9 +80,15 @@ void trouble_at(long nth, trouble what)
     times = 0;
 }
 
+void open_at_most(long descriptors)
+{
+    openable = descriptors;
+}
+
 void recover()
 {
     wanted = trouble::none;
+    openable = -1;
 }
 
 long struck()
@@ -116,7 +138,40 @@ int close(int descriptor)
     static const auto function = files::real<int (*)(int)>("close");
     const auto strikes = files::strikes(files::trouble::close_fails, descriptor);
     const auto result = function(descriptor);
+    if (result == 0 && files::openable >= 0)
+        ++files::openable;
     return strikes ? files::fail() : result;
+}
+
+int socket(int domain, int type, int protocol)
+{
+    static const auto function = files::real<int (*)(int, int, int)>("socket");
+    return files::may_open(1) ? function(domain, type, protocol) : -1;
+}
+
+int socketpair(int domain, int type, int protocol, int* ends)
+{
+    static const auto function = files::real<int (*)(int, int, int, int*)>("socketpair");
+    return files::may_open(2) ? function(domain, type, protocol, ends) : -1;
+}
+
+int open(const char* path, int flags, ...)
+{
+    static const auto function = files::real<int (*)(const char*, int, ...)>("open");
+    va_list arguments;
+    va_start(arguments, flags);
+    const auto mode = (flags & O_CREAT) != 0 ? va_arg(arguments, mode_t) : mode_t{0};
+    va_end(arguments);
+    return files::may_open(1) ? function(path, flags, mode) : -1;
+}
+
+int open64(const char* path, int flags, ...)
+{
+    va_list arguments;
+    va_start(arguments, flags);
+    const auto mode = (flags & O_CREAT) != 0 ? va_arg(arguments, mode_t) : mode_t{0};
+    va_end(arguments);
+    return open(path, flags, mode);
 }
 
 } // extern "C"

@@ -15,6 +15,8 @@ enum class trouble {
 
 /// From now on, at the nth call.
 void trouble_at(long nth, trouble what);
+/// From now on no more than so many descriptors can be opened, as the program's own calls see it.
+void open_at_most(long descriptors);
 /// Nothing goes wrong any more.
 void recover();
 /// How often something has gone wrong since `trouble_at`.

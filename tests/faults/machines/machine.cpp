@@ -46,13 +46,13 @@ files::trouble trouble_of(fault what)
 
 bad_machine::bad_machine(const assignment& given)
 {
-    if (given.what == fault::descriptors)
-        leave_descriptors(given.nth);
     if (given.what == fault::file_size) {
         std::signal(SIGXFSZ, SIG_IGN);
         limit(RLIMIT_FSIZE, static_cast<rlim_t>(given.nth));
     }
     files::trouble_at(given.nth, trouble_of(given.what));
+    if (given.what == fault::descriptors)
+        leave_descriptors(given.nth);
     if (given.what == fault::all_allocations)
         memory::fail_at(given.nth, memory::reach::all_from_there);
     else
@@ -87,6 +87,11 @@ void bad_machine::limit(__rlimit_resource what, rlim_t to)
 
 void bad_machine::leave_descriptors(long free)
 {
+    // A sanitizer opens a pipe to see whether there is an object, and finds none when it cannot.
+    if (memory::is_sanitized()) {
+        files::open_at_most(free);
+        return;
+    }
     constexpr rlim_t at_most = 128;
     limit(RLIMIT_NOFILE, at_most);
     for (;;) {

@@ -1,5 +1,6 @@
 #include "lane.hpp"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -291,5 +292,31 @@ TEST_P(ShortagesTest, few_descriptors_are_left)
 
 INSTANTIATE_TEST_SUITE_P(Operations, ShortagesTest, testing::ValuesIn(expectations()),
                          [](const auto& one) { return one.param.operation; });
+
+/// In a process in which libcurl, OpenSSL and libproxy have never been used before.
+TEST(ColdStart, each_allocation_fails_in_turn)
+{
+    lane on;
+    int failures = 0;
+    const long step = std::getenv("TARNIX_EVERY_ALLOCATION") ? 1 : 3;
+    for (long nth = 1;; nth += step) {
+        SCOPED_TRACE(nth);
+        const auto seen =
+            on.run({.operation = "host_start", .what = fault::one_allocation, .nth = nth});
+        if (seen.ended_in == "handle")
+            continue;
+        ASSERT_EQ(seen.end, "exit 0");
+        if (seen.failed == 0) {
+            EXPECT_EQ(seen.result, "done true");
+            break;
+        }
+        ++failures;
+        EXPECT_THAT(seen.result,
+                    testing::AnyOf("done true", "raised bad_alloc", "raised " + no_handle,
+                                   testing::StartsWith("raised std::runtime_error ")));
+    }
+    EXPECT_GT(failures, 0);
+    std::cout << "counted: " << failures << " allocations failed\n";
+}
 
 } // namespace
