@@ -134,7 +134,7 @@ TEST_F(SessionListingTest, an_endless_listing_ends)
         session_->names();
         ADD_FAILURE() << "did not fail";
     } catch (const ftp::failure& failure) {
-        EXPECT_THAT(failure.what(), HasSubstr("longer than 268435456 bytes"));
+        EXPECT_THAT(failure.what(), HasSubstr("the answer is longer than"));
     }
     server_.clear_script();
     EXPECT_THAT(session_->names(), testing::IsEmpty());

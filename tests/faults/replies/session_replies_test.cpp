@@ -153,6 +153,9 @@ protected:
             return {failure_kind::transfer};
         if (fault.meant == effect::none)
             return {};
+        // The last that is heard is that the name is expected.
+        if (point.word == "RNTO" && fault.meant == effect::loss)
+            return {failure_kind::connection, failure_kind::transfer};
         if (fault.meant == effect::silence || fault.meant == effect::loss || fault.code == 421)
             return {failure_kind::connection};
         if (GetParam().connects && (point.word == "(greeting)" || point.step <= 5))
