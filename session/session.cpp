@@ -51,6 +51,8 @@ struct session::state {
 
     template <typename Operation, typename Explain>
     replies run(const std::string& what, Operation operation, Explain explain);
+    template <typename Operation, typename Explain>
+    void run_command(const std::string& what, Operation operation, Explain explain);
 
     connection link;
     remote_view view;
@@ -192,10 +194,18 @@ replies session::state::run(const std::string& what, Operation operation, Explai
         const auto found = explain(server.heard());
         std::throw_with_nested(failure(found.kind, what + ": " + found.reason));
     }
-    if (const auto& doubtful = server.heard().doubtful_end())
+    return server.heard();
+}
+
+/// The same for one command to an FTP server: libcurl takes every reply that is no refusal for
+/// success.
+template <typename Operation, typename Explain>
+void session::state::run_command(const std::string& what, Operation operation, Explain explain)
+{
+    const auto server = run(what, operation, explain);
+    if (const auto& doubtful = server.doubtful_end())
         view.raise(what, failure_kind::transfer,
                    "the server does not say that it is done: " + *doubtful);
-    return server.heard();
 }
 
 session::session(const url& server, const session_options& options)
@@ -260,7 +270,7 @@ bool session::is_file(const std::string& path)
 void session::make_folder(const std::string& path)
 {
     const auto folder = state_->begin_named(path);
-    state_->run(
+    state_->run_command(
         "cannot make the folder " + quoted(folder),
         [&](core::curl_ptr& handle) {
             if (state_->view.is_sftp())
@@ -279,7 +289,7 @@ void session::remove_folder(const std::string& path)
     // Asked before, because the library prints libcurl's text when an SFTP server refuses.
     if (view.is_sftp() && !view.names(folder, what).empty())
         throw failure(failure_kind::conflict, what + ": it is not empty");
-    state_->run(
+    state_->run_command(
         what,
         [&](core::curl_ptr& handle) {
             if (view.is_sftp())
@@ -295,7 +305,7 @@ void session::remove_file(const std::string& path)
     const auto file = state_->begin_named(path);
     auto& view = state_->view;
     const auto name = name_for_command(view, file);
-    state_->run(
+    state_->run_command(
         "cannot remove the file " + quoted(file),
         [&](core::curl_ptr& handle) {
             if (view.is_sftp())
