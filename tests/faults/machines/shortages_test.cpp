@@ -67,11 +67,11 @@ std::vector<expectation> expectations()
         {"session_is_folder", {internal, no_transfer}},
         {"session_exists", {internal, no_transfer}},
         {"session_is_file", {internal, no_transfer}},
-        {"session_mkdir", {lost, no_transfer}},
-        {"session_rmdir", {lost, no_transfer}},
-        {"session_put", {ftp + "NotFound", lost, no_transfer}},
-        {"session_get", {lost, no_transfer, local}},
-        {"session_delete", {lost, no_transfer}},
+        {"session_mkdir", {internal, lost, no_transfer}},
+        {"session_rmdir", {internal, lost, no_transfer}},
+        {"session_put", {internal, ftp + "NotFound", lost, no_transfer}},
+        {"session_get", {internal, lost, no_transfer, local}},
+        {"session_delete", {internal, lost, no_transfer}},
         {"session_rename", {internal, lost, no_transfer}},
         {"session_syst", {lost}},
         {"host_start", {no_handle}},
@@ -246,8 +246,9 @@ std::string ShortagesTest::complaint(const outcome& seen, const assignment& give
         return "a wrong exception";
     if (seen.again != usual_.again && seen.again != "done ")
         return "not usable again";
+    const auto lives_on = seen.again != "done ";
     for (const auto& option : seen.options)
-        if (!contains(usual_.options, option) && !option.starts_with("URL=") &&
+        if (lives_on && !contains(usual_.options, option) && !option.starts_with("URL=") &&
             !option.starts_with("PORT="))
             return "left " + option;
     for (const auto& option : seen.lost)
