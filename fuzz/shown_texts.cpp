@@ -32,8 +32,11 @@ bool has_control_character(const std::string& text)
 {
     const auto is_control = [](unsigned c) { return c < 0x20 || c == 0x7F; };
     if (const auto characters = utf16_from_utf8(text))
-        return std::any_of(characters->begin(), characters->end(),
-                           [&](char16_t c) { return is_control(c) || (c >= 0x80 && c < 0xA0); });
+        return std::any_of(characters->begin(), characters->end(), [&](char16_t c) {
+            const auto turns_the_line =
+                (c >= 0x2028 && c <= 0x202E) || (c >= 0x2066 && c <= 0x2069);
+            return is_control(c) || (c >= 0x80 && c < 0xA0) || turns_the_line;
+        });
     return std::any_of(text.begin(), text.end(), [&](unsigned char c) { return is_control(c); });
 }
 
