@@ -17,10 +17,13 @@ explanation refused(const replies& server)
     return {failure_kind::permission, server.refusal().value_or("the server refuses")};
 }
 
-explanation from_answer(const answer& given, const std::string& nothing_wrong)
+const explanation lost_connection{failure_kind::connection, "the connection was lost"};
+
+/// `otherwise` where the answer finds nothing wrong.
+explanation from_answer(const answer& given, const explanation& otherwise)
 {
     if (given.code == CURLE_OK || given.code == CURLE_WRITE_ERROR)
-        return {failure_kind::transfer, nothing_wrong};
+        return otherwise;
     return {kind_of(given.code), given.error};
 }
 
@@ -28,11 +31,22 @@ explanation from_answer(const answer& given, const std::string& nothing_wrong)
 std::optional<explanation> plain_reason(remote_view& view, const replies& server)
 {
     if (view.is_sftp() ? view.has_lost_connection() : server.lack_an_end())
-        return explanation{failure_kind::connection, "the connection was lost"};
+        return lost_connection;
     const auto& refusal = server.refusal();
     if (!refusal || is_about_the_name(*refusal))
         return std::nullopt;
     return explanation{kind_of_refusal(*refusal, failure_kind::permission), *refusal};
+}
+
+/// What a transfer failed of when looking tells nothing. To be asked before the looks, because it
+/// is the last request that knows of a lost connection; to be said after them, because libcurl ends
+/// an SFTP connection after some refusals too.
+explanation transfer_failure(remote_view& view, const replies& server,
+                             const std::string& broken_off)
+{
+    if (view.is_sftp() && view.has_lost_connection())
+        return lost_connection;
+    return server.refusal() ? refused(server) : explanation{failure_kind::transfer, broken_off};
 }
 
 const std::string broken_off = "the transfer broke off";
@@ -41,30 +55,33 @@ const std::string broken_off = "the transfer broke off";
 
 explanation explain_upload(remote_view& view, const std::string& path, const replies& server)
 {
-    if (const auto plain = plain_reason(view, server))
-        return *plain;
+    const auto otherwise = transfer_failure(view, server, broken_off);
+    if (!view.is_sftp())
+        if (const auto plain = plain_reason(view, server))
+            return *plain;
     const auto parent = parent_folder(path);
     if (!view.has_folder(parent))
         return {failure_kind::not_found, "there is no folder \"" + parent + '"'};
     if (view.has_folder(path))
         return {failure_kind::conflict, "there is a folder of that name"};
-    if (view.is_sftp())
-        return from_answer(view.ask(view.url(path), question::append_nothing), broken_off);
-    return server.refusal() ? refused(server) : explanation{failure_kind::transfer, broken_off};
+    return view.is_sftp()
+               ? from_answer(view.ask(view.url(path), question::append_nothing), otherwise)
+               : otherwise;
 }
 
 explanation explain_download(remote_view& view, const std::string& path, const replies& server)
 {
-    if (const auto plain = plain_reason(view, server))
-        return *plain;
+    const auto otherwise =
+        transfer_failure(view, server, broken_off + ", or the local file could not be written");
+    if (!view.is_sftp())
+        if (const auto plain = plain_reason(view, server))
+            return *plain;
     if (!view.has(path))
         return {failure_kind::not_found, "there is no such file"};
     if (view.has_folder(path))
         return {failure_kind::conflict, "it is a folder"};
-    const auto no_fault = broken_off + ", or the local file could not be written";
-    if (view.is_sftp())
-        return from_answer(view.ask(view.url(path), question::first_bytes), no_fault);
-    return server.refusal() ? refused(server) : explanation{failure_kind::transfer, no_fault};
+    return view.is_sftp() ? from_answer(view.ask(view.url(path), question::first_bytes), otherwise)
+                          : otherwise;
 }
 
 explanation explain_new_folder(remote_view& view, const std::string& path, const replies& server)

@@ -115,7 +115,7 @@ const std::vector<difference>& differences()
         {"proftpd", "library", "a name with an asterisk", "create a folder: raises CouldNotCreateFolder(NAME)"},
         {"proftpd", "library", "a name with a leading dot", "dir: []"},
         {"proftpd", "library", "a name with three dots", "dir: []"},
-        {"proftpd", "session", "a name with nothing but a blank", "upload: fails: transfer; download: fails: transfer; is_file: fails: transfer; is_folder: no; change_folder and upload: fails: permission"},
+        {"proftpd", "session", "a name with nothing but a blank", "upload: fails: transfer; download: fails: transfer; exists: fails: transfer; exists of a missing one: fails: transfer; is_file: fails: transfer; is_folder: fails: transfer; rename to: fails: transfer; rename from: fails: transfer; change_folder and upload: fails: permission"},
         {"proftpd", "session", "a name with an asterisk", "make_folder: fails: permission"},
         {"proftpd", "session", "a name with a leading dot", "names: []"},
         {"proftpd", "session", "a name with three dots", "names: []"},
