@@ -2,6 +2,7 @@
 
 #include "misbehaviour.hpp"
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -21,6 +22,9 @@ struct data_fault {
     verdict listing;
     verdict download; ///< binary: with a SIZE before
     verdict upload;
+    // Where a session looks more closely than the library.
+    std::optional<verdict> listing_of_session{};
+    std::optional<verdict> upload_of_session{};
 };
 
 const std::vector<data_fault>& data_faults();

@@ -38,8 +38,9 @@ protected:
     verdict verdict_on(const data_fault& fault) const
     {
         if (GetParam() == "upload")
-            return fault.upload;
-        return GetParam() == "download" ? fault.download : fault.listing;
+            return fault.upload_of_session.value_or(fault.upload);
+        return GetParam() == "download" ? fault.download
+                                        : fault.listing_of_session.value_or(fault.listing);
     }
 
     std::filesystem::path local(std::size_t number) const
@@ -118,12 +119,19 @@ TEST_F(SessionListingTest, any_bytes_are_names)
                 testing::ElementsAre("a\0b"s, "\x1b[2J", std::string(100'000, 'x'), "\xff\xfe"));
 }
 
-TEST_F(SessionListingTest, a_listing_without_line_ends_is_one_name)
+TEST_F(SessionListingTest, a_listing_without_a_last_line_end_broke_off)
 {
-    const std::string name(1024 * 1024, 'x');
-    server_.list_as(name);
-    EXPECT_THAT(session_->names(), testing::ElementsAre(name));
-    EXPECT_EQ(session_->list(), name);
+    server_.list_as(std::string(1024 * 1024, 'x'));
+    for (const auto names : {true, false})
+        try {
+            if (names)
+                session_->names();
+            else
+                session_->list();
+            ADD_FAILURE() << "did not fail";
+        } catch (const ftp::failure& failure) {
+            EXPECT_THAT(failure.what(), HasSubstr("broke off"));
+        }
 }
 
 TEST_F(SessionListingTest, an_endless_listing_ends)
