@@ -50,6 +50,13 @@ protected:
     temporary_folder folder_;
 };
 
+/// UndefinedBehaviorSanitizer needs a descriptor to look at a pointer, and takes its lack for a bad
+/// pointer. Only a program that was built with it says such a thing.
+bool sanitizer_lacked_a_descriptor(const program_result& result)
+{
+    return result.code == 1 && result.error.find("object has invalid vptr") != std::string::npos;
+}
+
 TEST_P(ProgramTest, says_in_a_line_what_it_cannot_do_with_few_descriptors)
 {
     constexpr int least = 4; // the system needs one more than the standard streams to start it
@@ -62,6 +69,12 @@ TEST_P(ProgramTest, says_in_a_line_what_it_cannot_do_with_few_descriptors)
         EXPECT_EQ(result.signal, 0);
         if (result.code == not_started && number < enough)
             continue;
+        if (sanitizer_lacked_a_descriptor(result) && number < enough) {
+            ++failures;
+            for (const auto& name : files())
+                std::filesystem::remove(folder_ / name);
+            continue;
+        }
         EXPECT_THAT(result.code, AnyOf(0, 3, 7, 8, 12));
         if (result.code == 0) {
             EXPECT_EQ(result.error, "");
