@@ -74,7 +74,8 @@ bool is_old_libcurl()
 connection::connection(const settings& wanted)
     : watch_(std::max<std::chrono::milliseconds>(wanted.options.reply_timeout,
                                                  wanted.options.connect_timeout),
-             wanted.options.cancelled)
+             wanted.options.cancelled),
+      is_secured_by_tls_(!wanted.is_sftp() && wanted.tls != "none")
 {
     set_options(wanted);
     log_in(wanted);

@@ -21,6 +21,9 @@ public:
     io::ftp::core::curl_ptr& handle() { return handle_; }
     watch& watching() { return watch_; }
 
+    /// FTP over TLS.
+    bool is_secured_by_tls() const { return is_secured_by_tls_; }
+
     /// Absolute.
     const std::string& login_folder() const { return login_folder_; }
 
@@ -41,6 +44,7 @@ private:
     io::ftp::core::curl_ptr handle_;
     std::optional<farewell> farewell_;
     std::string login_folder_;
+    bool is_secured_by_tls_;
 };
 
 } // namespace tarnix::ftp

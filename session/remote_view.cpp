@@ -80,7 +80,8 @@ std::string remote_view::folder_url(const std::string& path)
 answer remote_view::ask(const std::string& url, question what)
 {
     const auto once = [&] {
-        return tarnix::ftp::ask(link_.handle(), link_.watching(), url, what, largest_body(what));
+        return tarnix::ftp::ask(link_.handle(), link_.watching(), url, what, largest_body(what),
+                                link_.is_secured_by_tls());
     };
     auto given = once();
     // libssh2 takes the end of the connection for the answer that it had before, also for "no". To
@@ -92,14 +93,9 @@ answer remote_view::ask(const std::string& url, question what)
             given.error = "the connection was lost";
         }
     }
-    // A server that refuses a transfer may close its TLS data connection at once. libcurl then asks
-    // for another data connection and takes the refusal for the answer, and from there on each
-    // reply for the answer to the next command.
-    if (given.code == CURLE_FTP_WEIRD_PASV_REPLY) {
-        leave_connection(link_.handle());
-        if (given.server.refusal())
-            given.code = CURLE_FTP_COULDNT_RETR_FILE;
-    }
+    // What `replies::close_after_refusal` speaks of: the answer was the refusal of the transfer.
+    if (given.code == CURLE_FTP_WEIRD_PASV_REPLY && given.server.refusal())
+        given.code = CURLE_FTP_COULDNT_RETR_FILE;
     return given;
 }
 

@@ -46,9 +46,14 @@ void replies::add(std::string_view line)
         line.remove_suffix(1);
     if (!ends_reply(line))
         return;
+    // The answers to the PASV that libcurl goes on with and to its QUIT take no refusal back.
+    if (handle_ && refusal_ && (line.starts_with("227") || line.starts_with("221")))
+        return;
     refusal_.reset();
     if (line.starts_with('4') || line.starts_with('5'))
         refusal_ = line.substr(0, longest_reply);
+    if (handle_)
+        io::ftp::core::set_option(*handle_, CURLOPT_FORBID_REUSE, refusal_ ? 1LL : 0LL);
     doubtful_end_.reset();
     if (!refusal_ && (!line.starts_with('2') || line.starts_with("202"))) // 202: not implemented
         doubtful_end_ = line.substr(0, longest_reply);
@@ -71,14 +76,25 @@ void recording::observe(io::ftp::core::scoped_request& scope)
         .setopt(CURLOPT_HEADERFUNCTION, &recording::collect, nullptr);
 }
 
+void recording::close_after_refusal(io::ftp::core::curl_ptr& handle)
+{
+    handle_ = &handle;
+    heard_.close_after_refusal(handle);
+}
+
 std::size_t recording::collect(char* data, std::size_t size, std::size_t count, void* self) noexcept
 {
     auto& record = *static_cast<recording*>(self);
     // libcurl empties the error text at the start of each request, and at no other time. In active
-    // mode it may have put a remark there before the first reply.
-    if (record.requests_ == 0 || record.error_.front() == '\0') {
+    // mode, or as it connects, it may have put a remark there before the first reply.
+    const auto is_greeting = std::string_view(data, size * count).starts_with("220");
+    const auto is_new_connection = record.handle_ && record.heard_.refusal() && is_greeting;
+    if (record.requests_ == 0 || record.error_.front() == '\0' || is_new_connection) {
         record.error_.front() = '?';
         ++record.requests_;
+        // What comes after the first request is the connection to go on with.
+        if (record.handle_ && record.requests_ > 1)
+            io::ftp::core::set_option(*record.handle_, CURLOPT_FORBID_REUSE, 0LL);
     }
     return record.requests_ == 1 ? replies::collect(data, size, count, &record.heard_)
                                  : size * count;

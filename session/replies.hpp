@@ -20,6 +20,12 @@ public:
 
     void add(std::string_view line);
 
+    /// Lets the running request close its connection at its end when its last reply is a refusal.
+    /// Over TLS a server may close the data connection as it refuses; libcurl 7.88 then asks for
+    /// another one, takes the refusal for the answer, and leaves a reply behind, which the next
+    /// request on that connection reads with a pointer into freed memory, and might never return.
+    void close_after_refusal(io::ftp::core::curl_ptr& handle) { handle_ = &handle; }
+
     /// The last reply, without its line end, when it refused something (4xx, 5xx). What was refused
     /// earlier the client found another way for. Cut short where it is very long.
     const std::optional<std::string>& refusal() const { return refusal_; }
@@ -38,6 +44,7 @@ public:
     bool says_folder_unreadable() const { return folder_unreadable_; }
 
 private:
+    io::ftp::core::curl_ptr* handle_ = nullptr;
     std::optional<std::string> refusal_;
     std::optional<std::string> doubtful_end_;
     bool transfer_began_ = false;
@@ -57,6 +64,7 @@ public:
 
     /// As long as `scope` lives.
     void observe(io::ftp::core::scoped_request& scope);
+    void close_after_refusal(io::ftp::core::curl_ptr& handle);
 
     const replies& heard() const { return heard_; }
 
@@ -65,6 +73,7 @@ private:
                                void* self) noexcept;
 
     replies heard_;
+    io::ftp::core::curl_ptr* handle_ = nullptr;
     int requests_ = 0;
     std::array<char, CURL_ERROR_SIZE> error_{};
 };

@@ -51,7 +51,7 @@ bool knows_time(core::curl_ptr& handle)
 } // namespace
 
 answer ask(core::curl_ptr& handle, watch& watching, const std::string& url, question what,
-           std::size_t limit)
+           std::size_t limit, bool over_tls)
 {
     // An SFTP session keeps the names listing that its connect chose.
     const auto usual_listing = url.starts_with("sftp://") ? 1 : 0;
@@ -78,7 +78,11 @@ answer ask(core::curl_ptr& handle, watch& watching, const std::string& url, ques
             .setopt(CURLOPT_APPEND, 1, 0)
             .setopt(CURLOPT_INFILESIZE_LARGE, 0, -1)
             .setopt(CURLOPT_UPLOAD, 1, 0);
+    if (over_tls && !nothing_to_read)
+        result.server.close_after_refusal(handle);
     result.code = request.perform().first;
+    if (over_tls)
+        core::set_option(handle, CURLOPT_FORBID_REUSE, 0LL);
     result.has_time = knows_time(handle);
     result.has_connected = has_connected(handle);
     if (body.is_full)
@@ -86,14 +90,6 @@ answer ask(core::curl_ptr& handle, watch& watching, const std::string& url, ques
     else if (result.code != CURLE_OK)
         result.error = error.front() ? error.data() : curl_easy_strerror(result.code);
     return result;
-}
-
-void leave_connection(core::curl_ptr& handle)
-{
-    core::scoped_request(handle)
-        .setopt(CURLOPT_FORBID_REUSE, 1, 0)
-        .setopt(CURLOPT_NOBODY, 1, 0)
-        .perform();
 }
 
 bool has_connected(core::curl_ptr& handle)

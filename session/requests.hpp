@@ -44,13 +44,10 @@ constexpr std::size_t largest_body(question what)
 /// Asks at `url`, and moves the session back: two requests. Raises nothing for a failure. A body
 /// of more than `limit` bytes is one.
 answer ask(io::ftp::core::curl_ptr& handle, watch& watching, const std::string& url, question what,
-           std::size_t limit);
+           std::size_t limit, bool over_tls = false);
 
 /// The last request needed a new connection.
 bool has_connected(io::ftp::core::curl_ptr& handle);
-
-/// Closes the connection; the next request logs in anew. Nothing is asked of the server.
-void leave_connection(io::ftp::core::curl_ptr& handle);
 
 /// The server's words for a failed request; none when it said nothing, or when the connection was
 /// lost after it had.

@@ -39,8 +39,7 @@ struct session::state {
     explicit state(const settings& wanted)
         : link(wanted),
           view(link, wanted.server_url(), wanted.is_sftp()),
-          folder(usable_folder(link.login_folder())),
-          is_secured_by_tls(!wanted.is_sftp() && wanted.tls != "none")
+          folder(usable_folder(link.login_folder()))
     {
     }
 
@@ -57,7 +56,6 @@ struct session::state {
     connection link;
     remote_view view;
     std::string folder;
-    bool is_secured_by_tls;
 };
 
 namespace {
@@ -178,6 +176,10 @@ replies session::state::run(const std::string& what, Operation operation, Explai
     try {
         core::scoped_request recorded(link.handle());
         server.observe(recorded);
+        if (link.is_secured_by_tls()) {
+            recorded.setopt(CURLOPT_FORBID_REUSE, 0, 0);
+            server.close_after_refusal(link.handle());
+        }
         operation(link.handle());
     } catch (const foundation::core::except::IMsgIDException& error) {
         const auto* standard = dynamic_cast<const std::exception*>(&error);
@@ -188,9 +190,6 @@ replies session::state::run(const std::string& what, Operation operation, Explai
         if (link.watching().has_stalled())
             std::throw_with_nested(
                 failure(failure_kind::connection, what + ": the server does not answer any more"));
-        // The replies may be out of step, as `remote_view::ask` says.
-        if (is_secured_by_tls)
-            leave_connection(link.handle());
         const auto found = explain(server.heard());
         std::throw_with_nested(failure(found.kind, what + ": " + found.reason));
     }

@@ -61,16 +61,17 @@ const std::vector<difference>& differences()
         {"proftpd-sftp", "library", "sftp_is_folder of a file", "79"},
         {"proftpd-sftp", "session", "exists under a file", "fails: permission"},
 
-        // A TLS data connection that is closed as the transfer is refused leaves libcurl out of
-        // step, unless the refusal arrives first.
-        {"proftpd-tls", "library", "list of a missing folder", "[] 450", "[] 450; then out of step"},
-        {"proftpd-tls", "library", "nlst of a missing folder", "[] 450", "[] 450; then out of step"},
-        {"proftpd-tls", "library", "send_file into a locked folder", "raises UploadFailed(LOCAL/sent)", "raises UploadFailed(LOCAL/sent); then out of step"},
-        {"proftpd-tls", "library", "send_file onto a folder", "raises UploadFailed(LOCAL/sent)", "raises UploadFailed(LOCAL/sent); then out of step"},
-        {"proftpd-tls", "library", "send_file over one that may not be changed", "raises UploadFailed(LOCAL/sent)", "raises UploadFailed(LOCAL/sent); then out of step"},
-        {"proftpd-tls", "library", "receive_file of a missing file", "raises FileUnavailable(missing)", "raises FileUnavailable(missing); then out of step"},
-        {"proftpd-tls", "library", "receive_file of a folder", "raises FileUnavailable(full)", "raises FileUnavailable(full); then out of step"},
-        {"proftpd-tls", "library", "receive_file of one that may not be read", "raises FileUnavailable(secret)", "raises FileUnavailable(secret); then out of step"},
+        // A TLS data connection that is closed as the transfer is refused leaves libcurl 7.88 out of
+        // step, unless the refusal arrives first, and the way back to the folder, which sends
+        // nothing, then reads with a pointer into freed memory: some of these never returned.
+        {"proftpd-tls", "library", "list of a missing folder", not_run},
+        {"proftpd-tls", "library", "nlst of a missing folder", not_run},
+        {"proftpd-tls", "library", "send_file into a locked folder", not_run},
+        {"proftpd-tls", "library", "send_file onto a folder", not_run},
+        {"proftpd-tls", "library", "send_file over one that may not be changed", not_run},
+        {"proftpd-tls", "library", "receive_file of a missing file", not_run},
+        {"proftpd-tls", "library", "receive_file of a folder", not_run},
+        {"proftpd-tls", "library", "receive_file of one that may not be read", not_run},
 
         {"proftpd", "library", "list of a missing folder", "[] 450"},
         {"proftpd", "library", "list of a closed folder", "[] 226"},

@@ -10,6 +10,9 @@
 
 namespace tarnix::test {
 
+/// The outcome of a check that is left out, because it might never come to an end.
+constexpr std::string_view not_run = "not run";
+
 /// What comes of a check where it is not what usually comes of it.
 struct difference {
     /// "SFTP" for all its servers, a software, a kind of server, or one flavour by its full name;
