@@ -133,7 +133,7 @@ std::vector<data_fault> all_faults()
         {"half the data, then 226",
          {[](scripted_server& server) {
              pacing half;
-             half.cut_after = 5; // in a line
+             half.cut_after = 3; // in a name
              server.pace_data(half);
              say_at_end(server, "226 Done.\r\n");
          }},
