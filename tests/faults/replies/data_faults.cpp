@@ -38,9 +38,10 @@ misbehaviour passive_as(const std::string& before, const std::string& after)
     return {[before, after](scripted_server& server) {
         server.reply_to("EPSV", 500, "What?");
         server.rewrite("PASV", [before, after](const std::string& due) {
-            const auto numbers = due.find("127,0,0,1");
-            const auto end = due.find(')');
-            return before + due.substr(numbers + 9, end - numbers - 9) + after;
+            auto port = due.find('(');
+            for (int number = 0; number < 4; ++number)
+                port = due.find(',', port + 1);
+            return before + due.substr(port, due.find(')') - port) + after;
         });
     }};
 }

@@ -49,7 +49,7 @@ session_meeting meet(const session_operation& operation, const misbehaviour& how
                      const std::filesystem::path& local)
 {
     session_meeting met;
-    scripted_server server("/home/u");
+    scripted_server server("/home/u", new_loopback());
     add_content(server);
     session_setting setting{server, options_for(how), std::nullopt, local};
     if (!operation.connects)

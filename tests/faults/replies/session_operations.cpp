@@ -52,7 +52,7 @@ std::string download(session_setting& at, ftp::transfer_mode mode)
 
 ftp::url url_of(const scripted_server& server)
 {
-    auto url = ftp::parse_url("ftp://u@127.0.0.1");
+    auto url = ftp::parse_url("ftp://u@" + server.address());
     url.port = server.port();
     return url;
 }
