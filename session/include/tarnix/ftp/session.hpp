@@ -78,7 +78,8 @@ public:
     void rename(const std::string& from, const std::string& to);
 
     /// Stores the local file under the name `remote`, over what is there. When it fails, a part
-    /// of the file may be left on the server.
+    /// of the file may be left on the server. Over FTP a binary upload asks for the size
+    /// afterwards, and fails when less has been stored.
     void upload(const std::filesystem::path& local, const std::string& remote,
                 transfer_mode mode = transfer_mode::binary);
 
