@@ -131,6 +131,27 @@ std::vector<data_fault> all_faults()
         {"data, then 552", end("552 Quota.\r\n", false), fails, fails, fails},
         {"data, then 250", end("250 Done.\r\n", false), harmless, harmless, harmless},
 
+        // libcurl reads the second reply when the data has come.
+        {"150 and 226 at once, before the data",
+         {[](scripted_server& server) {
+             for (const auto* word : {"LIST", "NLST", "RETR"}) {
+                 server.rewrite(word, [](const std::string& due) { return due + "226 Done.\r\n"; });
+                 server.reply_raw(scripted_server::end_of(word), "");
+             }
+         }},
+         harmless,
+         harmless,
+         not_met},
+        {"data without a 150",
+         {[](scripted_server& server) {
+              for (const auto* word : {"LIST", "NLST", "RETR", "STOR"})
+                  server.rewrite(word, [](const std::string&) { return std::string(); });
+          },
+          true},
+         fails,
+         fails,
+         fails},
+
         {"half the data, then 226",
          {[](scripted_server& server) {
              pacing half;
