@@ -24,8 +24,6 @@ struct flavour {
     std::string name;
     /// The kind, as servers.py names it.
     std::string server;
-    /// Whose habits to expect (differences.hpp).
-    std::string software;
     std::string tls_mode = "none";
     std::string connection_mode = "passive";
     /// The kind of the proxy between; empty for none.
@@ -54,6 +52,8 @@ struct flavour {
     bool offers_tls() const { return server.find("-tls") != server.npos; }
     bool uses_tls() const { return offers_tls() && tls_mode != "none"; }
     bool works() const { return obstacle.empty(); }
+    /// The server program, whose habits to expect (differences.hpp).
+    std::string software() const;
     /// As tests are named after it.
     std::string full_name() const { return group + "__" + name; }
     /// For people: "vsftpd-tls, passive, TLS strict".
