@@ -219,13 +219,6 @@ std::string flavour::description() const
     return text;
 }
 
-key_files key_names(const flavour& where)
-{
-    const auto name = "key_" + where.key;
-    return where.key_is_encrypted ? key_files{name + "_encrypted", name + "_encrypted_public"}
-                                  : key_files{name, name + "_public"};
-}
-
 const std::vector<flavour>& flavours()
 {
     static const auto all = put_together();

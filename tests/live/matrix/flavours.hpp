@@ -1,8 +1,5 @@
 #pragma once
 
-#include <tarnix/ftp/options.hpp>
-#include <tarnix/ftp/url.hpp>
-
 #include <string>
 #include <vector>
 
@@ -59,14 +56,6 @@ struct flavour {
     /// For people: "vsftpd-tls, passive, TLS strict".
     std::string description() const;
 };
-
-/// What the description of a server calls the key files that a flavour logs in with.
-struct key_files {
-    std::string private_key;
-    std::string public_key;
-};
-
-key_files key_names(const flavour& where);
 
 /// The table.
 const std::vector<flavour>& flavours();
