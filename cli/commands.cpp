@@ -131,24 +131,33 @@ struct command {
     std::size_t least_operands;
     std::size_t most_operands;
     exit_code (*run)(ftp::session&, const arguments&);
-    std::string_view usage;
+    /// The operands, as the help shows them.
+    std::string_view takes;
     std::string_view meaning;
 };
 
 constexpr std::array<command, 12> commands{{
-    {"pwd", 0, 0, &print_folder, "pwd", "print the folder that the session starts in"},
-    {"ls", 0, 1, &list, "ls [FOLDER]", "print the server's long listing"},
-    {"names", 0, 1, &list_names, "names [FOLDER]", "print the names in a folder, one on a line"},
-    {"mkdir", 1, 1, &make_folder, "mkdir FOLDER", "make a folder"},
-    {"rmdir", 1, 1, &remove_folder, "rmdir FOLDER", "remove an empty folder"},
-    {"put", 1, 2, &upload, "put LOCAL [REMOTE]", "store a file, also into a folder REMOTE"},
-    {"get", 1, 2, &download, "get REMOTE [LOCAL]", "fetch a file, also into a folder LOCAL"},
-    {"rm", 1, 1, &remove_file, "rm FILE", "remove a file"},
-    {"mv", 2, 2, &rename, "mv FROM TO", "give a file or folder another name, which is not taken"},
-    {"exists", 1, 1, &exists, "exists PATH", "print whether there is a file or folder"},
-    {"is-file", 1, 1, &is_file, "is-file PATH", "print whether there is a file, and no folder"},
-    {"syst", 0, 0, &print_system_type, "syst", "FTP: print what the server says of its system"},
+    {"pwd", 0, 0, &print_folder, "", "print the folder that the session starts in"},
+    {"ls", 0, 1, &list, "[FOLDER]", "print the server's long listing"},
+    {"names", 0, 1, &list_names, "[FOLDER]", "print the names in a folder, one on a line"},
+    {"mkdir", 1, 1, &make_folder, "FOLDER", "make a folder"},
+    {"rmdir", 1, 1, &remove_folder, "FOLDER", "remove an empty folder"},
+    {"put", 1, 2, &upload, "LOCAL [REMOTE]", "store a file, also into a folder REMOTE"},
+    {"get", 1, 2, &download, "REMOTE [LOCAL]", "fetch a file, also into a folder LOCAL"},
+    {"rm", 1, 1, &remove_file, "FILE", "remove a file"},
+    {"mv", 2, 2, &rename, "FROM TO", "give a file or folder another name, which is not taken"},
+    {"exists", 1, 1, &exists, "PATH", "print whether there is a file or folder"},
+    {"is-file", 1, 1, &is_file, "PATH", "print whether there is a file, and no folder"},
+    {"syst", 0, 0, &print_system_type, "", "FTP: print what the server says of its system"},
 }};
+
+std::string usage_of(const command& one)
+{
+    std::string usage(one.name);
+    if (!one.takes.empty())
+        usage += ' ' + std::string(one.takes);
+    return usage;
+}
 
 const command& find_command(const std::string& name)
 {
@@ -165,7 +174,7 @@ void check_command(const std::string& name, const operands& given)
 {
     const auto& found = find_command(name);
     if (given.size() < found.least_operands || given.size() > found.most_operands)
-        throw usage_error("usage: tarnix-ftp [OPTIONS] URL " + std::string(found.usage));
+        throw usage_error("usage: tarnix-ftp [OPTIONS] URL " + usage_of(found));
     if (std::any_of(given.begin(), given.end(), [](const auto& one) { return one.empty(); }))
         throw usage_error(name + ": an argument is empty");
 }
@@ -180,7 +189,7 @@ std::string command_help()
     constexpr std::size_t column = 22;
     std::string text = "Commands:\n";
     for (const auto& one : commands) {
-        std::string line = "  " + std::string(one.usage);
+        std::string line = "  " + usage_of(one);
         line.resize(std::max(line.size() + 1, column), ' ');
         text += line + std::string(one.meaning) + '\n';
     }

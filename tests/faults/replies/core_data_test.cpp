@@ -1,36 +1,20 @@
 #include "core_meeting.hpp"
-#include "data_faults.hpp"
-#include "meeting_pool.hpp"
-#include "open_descriptors.hpp"
-
-#include <support/temporary_folder.hpp>
+#include "data_meetings.hpp"
 
 #include <tarnix/host/standalone.hpp>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <iostream>
+#include <filesystem>
 #include <string>
-#include <vector>
 
 namespace tarnix::test {
 namespace {
 
-using namespace std::chrono_literals;
 using testing::AnyOf;
 using testing::StartsWith;
 using verdict = data_fault::verdict;
-
-constexpr auto longest_meeting = 20s;
-
-const core_operation& find_operation(const std::string& name)
-{
-    for (const auto& one : core_operations())
-        if (one.name == name)
-            return one;
-    throw std::out_of_range(name);
-}
 
 class CoreDataTest : public testing::TestWithParam<std::string> {
 protected:
@@ -39,11 +23,6 @@ protected:
         if (GetParam() == "send_file")
             return fault.upload;
         return GetParam() == "receive_file" ? fault.download : fault.listing;
-    }
-
-    std::filesystem::path local(std::size_t number) const
-    {
-        return local_ / std::to_string(number);
     }
 
     void expect(const data_fault& fault, const core_meeting& met,
@@ -74,26 +53,18 @@ protected:
     }
 
     const host::standalone host_;
-    const temporary_folder local_;
     const scripted_server elsewhere_{"/else"};
 };
 
 TEST_P(CoreDataTest, a_spoilt_transfer_ends_as_documented)
 {
-    const auto& operation = find_operation(GetParam());
-    const auto& faults = data_faults();
-    const auto descriptors = count_open_descriptors();
-    const auto undisturbed = meet(operation, {}, local(faults.size()), elsewhere_);
-    std::vector<core_meeting> meetings(faults.size());
-    run_meetings(faults.size(), [&](std::size_t i) {
-        meetings[i] = meet(operation, faults[i].how, local(i), elsewhere_);
-    });
-    for (std::size_t i = 0; i < faults.size(); ++i) {
-        SCOPED_TRACE(GetParam() + ": " + faults[i].label);
-        expect(faults[i], meetings[i], undisturbed);
-    }
-    EXPECT_EQ(count_open_descriptors(), descriptors);
-    std::cout << "counted: " << faults.size() << " spoilt transfers of the library\n";
+    const auto& operation = find_operation(core_operations(), GetParam());
+    meet_data_faults(
+        GetParam(), "the library",
+        [&](const misbehaviour& how, const std::filesystem::path& local) {
+            return meet(operation, how, local, elsewhere_);
+        },
+        [this](const auto&... what) { expect(what...); });
 }
 
 INSTANTIATE_TEST_SUITE_P(Operations, CoreDataTest,

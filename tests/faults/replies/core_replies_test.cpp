@@ -12,17 +12,12 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
-#include <chrono>
 #include <iostream>
 #include <string>
 #include <vector>
 
 namespace tarnix::test {
 namespace {
-
-using namespace std::chrono_literals;
-
-constexpr auto longest_meeting = 20s;
 
 /// One fault at one step.
 struct meeting_point {

@@ -2,9 +2,13 @@
 
 #include <support/scripted_server.hpp>
 
+#include <chrono>
 #include <functional>
 
 namespace tarnix::test {
+
+/// No client may stay longer with a server that misbehaves.
+constexpr std::chrono::seconds longest_meeting{20};
 
 /// How a server is set up to misbehave; the operation's first step is number 0.
 struct misbehaviour {

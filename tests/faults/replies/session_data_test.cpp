@@ -1,37 +1,22 @@
-#include "data_faults.hpp"
-#include "meeting_pool.hpp"
-#include "open_descriptors.hpp"
+#include "data_meetings.hpp"
 #include "session_meeting.hpp"
-
-#include <support/temporary_folder.hpp>
 
 #include <tarnix/host/standalone.hpp>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <iostream>
+#include <filesystem>
+#include <optional>
 #include <string>
-#include <vector>
 
 namespace tarnix::test {
 namespace {
 
-using namespace std::chrono_literals;
 using ftp::failure_kind;
 using testing::AnyOf;
 using testing::HasSubstr;
 using verdict = data_fault::verdict;
-
-constexpr auto longest_meeting = 20s;
-
-const session_operation& find_operation(const std::string& name)
-{
-    for (const auto& one : session_operations())
-        if (one.name == name)
-            return one;
-    throw std::out_of_range(name);
-}
 
 class SessionDataTest : public testing::TestWithParam<std::string> {
 protected:
@@ -41,11 +26,6 @@ protected:
             return fault.upload_of_session.value_or(fault.upload);
         return GetParam() == "download" ? fault.download
                                         : fault.listing_of_session.value_or(fault.listing);
-    }
-
-    std::filesystem::path local(std::size_t number) const
-    {
-        return local_ / std::to_string(number);
     }
 
     void expect(const data_fault& fault, const session_meeting& met,
@@ -72,25 +52,17 @@ protected:
     }
 
     const host::standalone host_;
-    const temporary_folder local_;
 };
 
 TEST_P(SessionDataTest, a_spoilt_transfer_is_told_or_does_not_matter)
 {
-    const auto& operation = find_operation(GetParam());
-    const auto& faults = data_faults();
-    const auto descriptors = count_open_descriptors();
-    const auto undisturbed = meet(operation, {}, local(faults.size()));
-    ASSERT_FALSE(undisturbed.raised) << undisturbed.outcome;
-    std::vector<session_meeting> meetings(faults.size());
-    run_meetings(faults.size(),
-                 [&](std::size_t i) { meetings[i] = meet(operation, faults[i].how, local(i)); });
-    for (std::size_t i = 0; i < faults.size(); ++i) {
-        SCOPED_TRACE(GetParam() + ": " + faults[i].label);
-        expect(faults[i], meetings[i], undisturbed);
-    }
-    EXPECT_EQ(count_open_descriptors(), descriptors);
-    std::cout << "counted: " << faults.size() << " spoilt transfers of a session\n";
+    const auto& operation = find_operation(session_operations(), GetParam());
+    meet_data_faults(
+        GetParam(), "a session",
+        [&](const misbehaviour& how, const std::filesystem::path& local) {
+            return meet(operation, how, local);
+        },
+        [this](const auto&... what) { expect(what...); });
 }
 
 INSTANTIATE_TEST_SUITE_P(Operations, SessionDataTest,

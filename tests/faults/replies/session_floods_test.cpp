@@ -1,3 +1,4 @@
+#include "misbehaviour.hpp"
 #include "server_content.hpp"
 #include "session_operations.hpp"
 
@@ -20,8 +21,6 @@ namespace {
 
 using namespace std::chrono_literals;
 using ftp::failure_kind;
-
-constexpr auto longest_meeting = 20s;
 
 /// The most memory that the process has had, in bytes.
 long peak_memory()

@@ -12,7 +12,6 @@
 
 #include <algorithm>
 #include <atomic>
-#include <chrono>
 #include <iostream>
 #include <set>
 #include <string>
@@ -21,13 +20,10 @@
 namespace tarnix::test {
 namespace {
 
-using namespace std::chrono_literals;
 using ftp::failure_kind;
 using testing::AnyOf;
 using testing::HasSubstr;
 using testing::StartsWith;
-
-constexpr auto longest_meeting = 20s;
 
 /// One fault at one step.
 struct meeting_point {

@@ -17,9 +17,6 @@ namespace fs = std::filesystem;
 
 namespace {
 
-constexpr bool binary = false;
-constexpr bool text = true;
-
 class FtpTransferTest : public connected_ftp {
 protected:
     void TearDown() override { EXPECT_EQ(core::pwd(session()), root()); }
@@ -29,24 +26,13 @@ INSTANTIATE_TEST_SUITE_P(Vsftpd, FtpTransferTest, all_ftp_flavours, name_of_flav
 
 TEST_P(FtpTransferTest, binary_upload_and_download_keep_every_byte)
 {
-    const auto bytes = awkward_bytes();
-    const auto original = write_bytes(local() / "original", bytes);
-    core::send_file(session(), original.u16string(), u"remote", binary);
-    EXPECT_TRUE(read_bytes(root() / "remote") == bytes) << "the uploaded file differs";
-    const auto copy = local() / "copy";
-    core::receive_file(session(), u"remote", copy.u16string(), binary);
-    EXPECT_TRUE(read_bytes(copy) == bytes) << "the downloaded file differs";
+    expect_all_bytes_kept(session(), root(), local());
     EXPECT_THAT(commands_received(server()), Contains("TYPE I"));
 }
 
 TEST_P(FtpTransferTest, empty_file)
 {
-    const auto original = write_bytes(local() / "original", "");
-    core::send_file(session(), original.u16string(), u"remote", binary);
-    EXPECT_EQ(read_bytes(root() / "remote"), "");
-    const auto copy = write_bytes(local() / "copy", "old content");
-    core::receive_file(session(), u"remote", copy.u16string(), binary);
-    EXPECT_EQ(read_bytes(copy), "");
+    expect_empty_file_kept(session(), root(), local());
 }
 
 TEST_P(FtpTransferTest, text_goes_with_the_line_ends_of_each_side)

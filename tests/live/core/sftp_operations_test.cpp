@@ -16,9 +16,6 @@ namespace fs = std::filesystem;
 
 namespace {
 
-constexpr bool binary = false;
-constexpr bool text = true;
-
 /// Connected to the empty home folder, named as starting folder.
 class SftpTest : public core_session {
 protected:
@@ -148,23 +145,12 @@ TEST_F(SftpTest, refused_deletion_is_reply_zero_and_a_line_on_standard_error)
 
 TEST_F(SftpTest, binary_upload_and_download_keep_every_byte)
 {
-    const auto bytes = awkward_bytes();
-    const auto original = write_bytes(local() / "original", bytes);
-    core::send_file(session(), original.u16string(), u"remote", binary);
-    EXPECT_TRUE(read_bytes(root() / "remote") == bytes) << "the uploaded file differs";
-    const auto copy = local() / "copy";
-    core::receive_file(session(), u"remote", copy.u16string(), binary);
-    EXPECT_TRUE(read_bytes(copy) == bytes) << "the downloaded file differs";
+    expect_all_bytes_kept(session(), root(), local());
 }
 
 TEST_F(SftpTest, empty_file)
 {
-    const auto original = write_bytes(local() / "original", "");
-    core::send_file(session(), original.u16string(), u"remote", binary);
-    EXPECT_EQ(read_bytes(root() / "remote"), "");
-    const auto copy = write_bytes(local() / "copy", "old content");
-    core::receive_file(session(), u"remote", copy.u16string(), binary);
-    EXPECT_EQ(read_bytes(copy), "");
+    expect_empty_file_kept(session(), root(), local());
 }
 
 TEST_F(SftpTest, names_with_blanks_and_other_letters_and_folders)

@@ -2,25 +2,7 @@
 
 #include "outcome.hpp"
 
-#include <cstdlib>
-
 namespace tarnix::test {
-
-proxy_setting::proxy_setting(const flavour& where)
-{
-    if (where.proxy.empty())
-        return;
-    const auto& proxy = running_server(where.proxy);
-    const auto says_who = where.proxy.ends_with("-auth") && where.tells_the_proxy_who_it_is;
-    const auto who = says_who ? proxy.user() + ':' + proxy.password() + '@' : "";
-    const auto url = "http://" + who + proxy.host() + ':' + std::to_string(proxy.port());
-    ::setenv("http_proxy", url.c_str(), 1);
-}
-
-proxy_setting::~proxy_setting()
-{
-    ::unsetenv("http_proxy");
-}
 
 ftp_login ftp_login_to(const flavour& where)
 {
@@ -40,14 +22,10 @@ sftp_login sftp_login_to(const flavour& where)
     sftp_login login(server);
     login.use_proxy = !where.proxy.empty();
     login.starting_folder = server.root();
-    if (where.key.empty())
-        return login;
-    const auto key = key_names(where);
-    login.private_key_file = server[key.private_key];
-    if (where.with_public_key_file)
-        login.public_key_file = server[key.public_key];
-    if (where.key_is_encrypted)
-        login.passphrase = server["passphrase"];
+    const auto key = key_login_to(where);
+    login.private_key_file = key.private_key_file;
+    login.public_key_file = key.public_key_file;
+    login.passphrase = key.passphrase;
     return login;
 }
 
@@ -66,9 +44,7 @@ std::string log_in(core::curl_ptr& handle, const flavour& where)
 }
 
 core_on_server::core_on_server(const flavour& where)
-    : where_(where),
-      server_(running_server(where.server)),
-      proxy_(where),
+    : stage(where),
       start_folder_(log_in(session_, where)),
       start_url_(core::current_remote_url(session_))
 {
@@ -76,14 +52,10 @@ core_on_server::core_on_server(const flavour& where)
 
 std::string core_on_server::outcome(std::string (*operation)(core_on_server&), std::string& details)
 {
-    reset(server_);
-    const scene before(root());
     // Again each time: is_file takes the bound away.
     constexpr long request_limit_in_milliseconds = 60'000;
     core::transfer_timeout(session_, request_limit_in_milliseconds);
-    auto text = outcome_of([&] { return operation(*this); }, details);
-    if (const auto changes = before.changes(); !changes.empty())
-        text += "; " + changes;
+    auto text = outcome_on_scene([&] { return operation(*this); }, details);
     if (const auto url = core::current_remote_url(session_); url != start_url_)
         text += "; then at " + url;
     std::string ignored;
@@ -93,9 +65,7 @@ std::string core_on_server::outcome(std::string (*operation)(core_on_server&), s
     else if (folder != start_folder_)
         text += "; then in " + folder;
     core::unsafe_cd(session_, start_url_);
-    text = replaced(text, start_url_, "URL/");
-    text = replaced(text, root(), "ROOT");
-    return replaced(text, local_.path(), "LOCAL");
+    return without_folders(replaced(text, start_url_, "URL/"));
 }
 
 } // namespace tarnix::test

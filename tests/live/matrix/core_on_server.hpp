@@ -1,33 +1,20 @@
 #pragma once
 
 #include "flavours.hpp"
-#include "scene.hpp"
+#include "stage.hpp"
 
 #include <live/core/core_session.hpp>
 
-#include <filesystem>
 #include <string>
 
 namespace tarnix::test {
 
-/// Sets the proxy of the host's settings to the one of a flavour, if any, for its own lifetime.
-class proxy_setting {
-public:
-    explicit proxy_setting(const flavour& where);
-    ~proxy_setting();
-    proxy_setting(const proxy_setting&) = delete;
-    proxy_setting& operator=(const proxy_setting&) = delete;
-};
-
 /// A session of the library that is connected to a server, in the login folder.
-class core_on_server {
+class core_on_server : public stage {
 public:
     explicit core_on_server(const flavour& where);
 
     core::curl_ptr& session() { return session_; }
-    const temporary_folder& local() const { return local_; }
-    const flavour& place() const { return where_; }
-    std::filesystem::path root() const { return server_.root(); }
     /// The URL of a path below the login folder, encoded already.
     std::string url(const std::string& path) const { return start_url_ + path; }
     const std::string& start_url() const { return start_url_; }
@@ -37,11 +24,6 @@ public:
     std::string outcome(std::string (*operation)(core_on_server&), std::string& details);
 
 private:
-    const flavour& where_;
-    const live_server& server_;
-    const proxy_setting proxy_;
-    const host::standalone host_;
-    const temporary_folder local_;
     core::curl_ptr session_;
     std::string start_folder_;
     std::string start_url_;

@@ -147,7 +147,7 @@ std::vector<std::string> expected_outcomes(const flavour& where, std::string_vie
 {
     const std::string protocol = where.is_sftp() ? "SFTP" : "FTP";
     std::vector<std::string> outcomes{std::string(usual)};
-    for (const auto& who : {protocol, where.software, where.server, where.full_name()})
+    for (const auto& who : {protocol, where.software(), where.server, where.full_name()})
         for (const auto& row : differences()) {
             if (row.who != who || row.layer != layer || row.check != check)
                 continue;

@@ -1,8 +1,5 @@
 #pragma once
 
-#include <tarnix/ftp/options.hpp>
-#include <tarnix/ftp/url.hpp>
-
 #include <string>
 #include <vector>
 
@@ -24,8 +21,6 @@ struct flavour {
     std::string name;
     /// The kind, as servers.py names it.
     std::string server;
-    /// Whose habits to expect (differences.hpp).
-    std::string software;
     std::string tls_mode = "none";
     std::string connection_mode = "passive";
     /// The kind of the proxy between; empty for none.
@@ -54,19 +49,13 @@ struct flavour {
     bool offers_tls() const { return server.find("-tls") != server.npos; }
     bool uses_tls() const { return offers_tls() && tls_mode != "none"; }
     bool works() const { return obstacle.empty(); }
+    /// The server program, whose habits to expect (differences.hpp).
+    std::string software() const;
     /// As tests are named after it.
     std::string full_name() const { return group + "__" + name; }
     /// For people: "vsftpd-tls, passive, TLS strict".
     std::string description() const;
 };
-
-/// What the description of a server calls the key files that a flavour logs in with.
-struct key_files {
-    std::string private_key;
-    std::string public_key;
-};
-
-key_files key_names(const flavour& where);
 
 /// The table.
 const std::vector<flavour>& flavours();

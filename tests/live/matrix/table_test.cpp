@@ -43,7 +43,7 @@ TEST(TableTest, each_difference_is_about_a_check_on_a_server)
 {
     std::set<std::string> servers{"SFTP"};
     for (const auto& one : flavours())
-        servers.insert({one.server, one.software, one.full_name()});
+        servers.insert({one.server, one.software(), one.full_name()});
     for (const auto& row : differences()) {
         EXPECT_THAT(servers, testing::Contains(row.who));
         EXPECT_THAT(known_checks(),

@@ -18,6 +18,12 @@ using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::UnorderedElementsAre;
 
+/// The server's user may enter the folder and fetch what is there, but neither list nor change it.
+void lock(const fs::path& folder)
+{
+    fs::permissions(folder, fs::perms::owner_all | fs::perms::others_exec);
+}
+
 using SessionOperationsTest = SessionOnServerTest;
 
 INSTANTIATE_TEST_SUITE_P(Servers, SessionOperationsTest,
@@ -180,7 +186,7 @@ TEST_P(SessionOperationsTest, says_why_a_file_cannot_be_removed)
     make_remote_folder("folder");
     make_remote_folder("locked");
     make_remote_file("locked/file", "x");
-    fs::permissions(remote("locked"), fs::perms::owner_all | fs::perms::others_exec);
+    lock(remote("locked"));
     EXPECT_EQ(failure_of([&] { session_.remove_file("folder"); }), failure_kind::conflict);
     EXPECT_EQ(failure_of([&] { session_.remove_file("missing"); }), failure_kind::not_found);
     EXPECT_EQ(failure_of([&] { session_.remove_file("locked/file"); }), failure_kind::permission);
@@ -204,7 +210,7 @@ TEST_P(SessionOperationsTest, says_why_a_name_cannot_be_changed)
     make_remote_file("one", "1");
     make_remote_file("two", "2");
     make_remote_folder("locked");
-    fs::permissions(remote("locked"), fs::perms::owner_all | fs::perms::others_exec);
+    lock(remote("locked"));
     const auto rename = [&](const char* from, const char* to) {
         return failure_of([&] { session_.rename(from, to); });
     };
@@ -302,7 +308,7 @@ TEST_P(SessionOperationsTest, tells_of_what_may_not_be_seen)
     fs::permissions(remote("secret"), fs::perms::owner_read);
     make_remote_folder("locked");
     make_remote_file("locked/file", "x");
-    fs::permissions(remote("locked"), fs::perms::owner_all | fs::perms::others_exec);
+    lock(remote("locked"));
     EXPECT_TRUE(session_.exists("secret"));
     EXPECT_TRUE(session_.is_folder("locked"));
     EXPECT_EQ(failure_of([&] { session_.download("secret", local_ / "x"); }),

@@ -35,6 +35,13 @@ protected:
         return found;
     }
 
+    static void replace(const fs::path& target, std::string_view content)
+    {
+        pending_file file(target);
+        write_bytes(file.path(), content);
+        file.commit();
+    }
+
     test::temporary_folder folder_;
 };
 
@@ -51,11 +58,7 @@ TEST_F(PendingFileTest, is_gone_without_a_commit)
 
 TEST_F(PendingFileTest, has_the_final_name_after_the_commit)
 {
-    {
-        pending_file file(folder_ / "a");
-        write_bytes(file.path(), "whole");
-        file.commit();
-    }
+    replace(folder_ / "a", "whole");
     EXPECT_THAT(names(), ElementsAre("a"));
     EXPECT_EQ(read_bytes(folder_ / "a"), "whole");
 }
@@ -69,9 +72,7 @@ TEST_F(PendingFileTest, leaves_the_old_file_until_the_commit)
         EXPECT_EQ(read_bytes(folder_ / "a"), "old");
     }
     EXPECT_EQ(read_bytes(folder_ / "a"), "old");
-    pending_file file(folder_ / "a");
-    write_bytes(file.path(), "new");
-    file.commit();
+    replace(folder_ / "a", "new");
     EXPECT_EQ(read_bytes(folder_ / "a"), "new");
     EXPECT_THAT(names(), ElementsAre("a"));
 }
@@ -169,9 +170,7 @@ TEST_F(PendingFileTest, follows_a_link)
 {
     write_bytes(folder_ / "real", "old");
     fs::create_symlink("real", folder_ / "link");
-    pending_file file(folder_ / "link");
-    write_bytes(file.path(), "new");
-    file.commit();
+    replace(folder_ / "link", "new");
     EXPECT_TRUE(fs::is_symlink(folder_ / "link"));
     EXPECT_EQ(read_bytes(folder_ / "real"), "new");
 }
@@ -181,9 +180,7 @@ TEST_F(PendingFileTest, follows_links_to_what_is_not_there_yet)
     fs::create_directory(folder_ / "folder");
     fs::create_symlink("folder/link", folder_ / "link");
     fs::create_symlink("real", folder_ / "folder" / "link");
-    pending_file file(folder_ / "link");
-    write_bytes(file.path(), "new");
-    file.commit();
+    replace(folder_ / "link", "new");
     EXPECT_TRUE(fs::is_symlink(folder_ / "link"));
     EXPECT_TRUE(fs::is_symlink(folder_ / "folder" / "link"));
     EXPECT_EQ(read_bytes(folder_ / "folder" / "real"), "new");
@@ -224,33 +221,31 @@ TEST_F(PendingFileTest, commit_tells_when_the_name_cannot_be_given)
     EXPECT_THROW(file.commit(), failure);
 }
 
+struct stat file_of(uid_t owner, gid_t group, mode_t permissions)
+{
+    struct stat file {};
+    file.st_uid = owner;
+    file.st_gid = group;
+    file.st_mode = S_IFREG | permissions;
+    return file;
+}
+
 TEST(ModeInPlaceOfTest, is_the_old_one_without_what_lends_rights)
 {
-    struct stat old {};
-    old.st_uid = 1;
-    old.st_gid = 2;
-    old.st_mode = S_IFREG | 07654;
+    const auto old = file_of(1, 2, 07654);
     EXPECT_EQ(mode_in_place_of(old, old), 0654U);
 }
 
 TEST(ModeInPlaceOfTest, gives_another_group_no_more_than_everybody)
 {
-    struct stat old {};
-    old.st_mode = S_IFREG | 06664;
-    auto made = old;
-    made.st_gid = 1;
-    EXPECT_EQ(mode_in_place_of(old, made), 0644U);
-    old.st_mode = S_IFREG | 0070;
-    EXPECT_EQ(mode_in_place_of(old, made), 0600U);
+    const auto made = file_of(0, 1, 06664);
+    EXPECT_EQ(mode_in_place_of(file_of(0, 0, 06664), made), 0644U);
+    EXPECT_EQ(mode_in_place_of(file_of(0, 0, 0070), made), 0600U);
 }
 
 TEST(ModeInPlaceOfTest, lets_another_owner_read_and_write)
 {
-    struct stat old {};
-    old.st_mode = S_IFREG | 0464;
-    auto made = old;
-    made.st_uid = 1;
-    EXPECT_EQ(mode_in_place_of(old, made), 0664U);
+    EXPECT_EQ(mode_in_place_of(file_of(0, 0, 0464), file_of(1, 0, 0464)), 0664U);
 }
 
 } // namespace

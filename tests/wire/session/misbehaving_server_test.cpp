@@ -10,10 +10,12 @@
 #include <sys/resource.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <chrono>
 #include <csignal>
 #include <functional>
 #include <string>
+#include <system_error>
 
 namespace tarnix::test {
 namespace {
@@ -25,6 +27,30 @@ using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::Not;
 using testing::StartsWith;
+
+/// As long as it lives, no file of this process grows beyond 1000 bytes.
+class little_room {
+public:
+    little_room()
+    {
+        if (::getrlimit(RLIMIT_FSIZE, &usual_) != 0)
+            throw std::system_error(errno, std::system_category(), "getrlimit");
+        const rlimit small{1000, usual_.rlim_max};
+        if (::setrlimit(RLIMIT_FSIZE, &small) != 0)
+            throw std::system_error(errno, std::system_category(), "setrlimit");
+    }
+    ~little_room()
+    {
+        ::setrlimit(RLIMIT_FSIZE, &usual_);
+        std::signal(SIGXFSZ, usual_handling_);
+    }
+    little_room(const little_room&) = delete;
+    little_room& operator=(const little_room&) = delete;
+
+private:
+    void (*usual_handling_)(int) = std::signal(SIGXFSZ, SIG_IGN);
+    rlimit usual_{};
+};
 
 class MisbehavingServerTest : public testing::Test {
 protected:
@@ -306,15 +332,9 @@ TEST_F(MisbehavingServerTest, a_text_that_does_not_fit_on_the_disk_is_told_from_
 {
     server_.tree().add_file("/home/file", std::string(100'000, 'x'));
     auto session = connect();
-    const auto before = std::signal(SIGXFSZ, SIG_IGN);
-    rlimit usual{};
-    ASSERT_EQ(::getrlimit(RLIMIT_FSIZE, &usual), 0);
-    const rlimit small{1000, usual.rlim_max};
-    ASSERT_EQ(::setrlimit(RLIMIT_FSIZE, &small), 0);
+    const little_room room;
     failure_of_kind(failure_kind::local_file,
                     [&] { session.download("file", local_ / "x", ftp::transfer_mode::text); });
-    ::setrlimit(RLIMIT_FSIZE, &usual);
-    std::signal(SIGXFSZ, before);
 }
 
 TEST_F(MisbehavingServerTest, the_hosts_handling_of_broken_pipes_stays)
@@ -388,14 +408,8 @@ TEST_F(MisbehavingServerTest, a_local_file_that_cannot_grow_is_told_from_a_lost_
 {
     server_.tree().add_file("/home/file", std::string(100'000, 'x'));
     auto session = connect();
-    const auto before = std::signal(SIGXFSZ, SIG_IGN);
-    rlimit usual{};
-    ASSERT_EQ(::getrlimit(RLIMIT_FSIZE, &usual), 0);
-    const rlimit small{1000, usual.rlim_max};
-    ASSERT_EQ(::setrlimit(RLIMIT_FSIZE, &small), 0);
+    const little_room room;
     failure_of_kind(failure_kind::local_file, [&] { session.download("file", local_ / "x"); });
-    ::setrlimit(RLIMIT_FSIZE, &usual);
-    std::signal(SIGXFSZ, before);
 }
 
 TEST_F(MisbehavingServerTest, a_download_that_is_cut_off_fails)
