@@ -1,5 +1,6 @@
 #include <support/file_tree.hpp>
 
+#include <chrono>
 #include <sstream>
 #include <utility>
 
@@ -53,10 +54,16 @@ bool file_tree::is_file(const std::string& path) const
 std::optional<std::string> file_tree::read(const std::string& path) const
 {
     const std::lock_guard lock(mutex_);
-    const auto* found = find(path);
-    if (!found || found->is_folder)
-        return std::nullopt;
-    return found->content;
+    return read_unlocked(path);
+}
+
+std::optional<std::string> file_tree::await(const std::string& path) const
+{
+    std::unique_lock lock(mutex_);
+    std::optional<std::string> content;
+    changed_.wait_for(lock, std::chrono::seconds(5),
+                      [&] { return (content = read_unlocked(path)).has_value(); });
+    return content;
 }
 
 std::vector<std::string> file_tree::names(const std::string& folder) const
@@ -90,6 +97,7 @@ bool file_tree::write(const std::string& path, const std::string& content)
     if (is_folder_unlocked(path) || !is_folder_unlocked(parent(path)))
         return false;
     entries_.insert_or_assign(path, entry{false, content});
+    changed_.notify_all();
     return true;
 }
 
@@ -137,6 +145,14 @@ const file_tree::entry* file_tree::find(const std::string& path) const
 {
     const auto found = entries_.find(path);
     return found == entries_.end() ? nullptr : &found->second;
+}
+
+std::optional<std::string> file_tree::read_unlocked(const std::string& path) const
+{
+    const auto* found = find(path);
+    if (!found || found->is_folder)
+        return std::nullopt;
+    return found->content;
 }
 
 bool file_tree::is_folder_unlocked(const std::string& path) const

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <condition_variable>
 #include <map>
 #include <mutex>
 #include <optional>
@@ -21,6 +22,8 @@ public:
     bool is_file(const std::string& path) const;
     /// What is in the file; none when there is no such file.
     std::optional<std::string> read(const std::string& path) const;
+    /// The same of a file that may still be on its way: waits for it for five seconds.
+    std::optional<std::string> await(const std::string& path) const;
     /// Names in the folder, sorted.
     std::vector<std::string> names(const std::string& folder) const;
 
@@ -43,11 +46,13 @@ private:
     };
 
     const entry* find(const std::string& path) const;
+    std::optional<std::string> read_unlocked(const std::string& path) const;
     bool is_folder_unlocked(const std::string& path) const;
     bool is_empty_unlocked(const std::string& folder) const;
     void add_folder_unlocked(const std::string& path);
 
     mutable std::mutex mutex_;
+    mutable std::condition_variable changed_;
     std::map<std::string, entry> entries_{{"/", {true, {}}}};
 };
 

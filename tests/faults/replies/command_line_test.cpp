@@ -47,14 +47,14 @@ protected:
     {
         const temporary_folder folder;
         write_bytes(folder / "local", "12345");
-        scripted_server server("/home/u");
+        scripted_server server("/home/u", new_loopback());
         add_content(server);
         if (meeting.how.arm)
             meeting.how.arm(server);
         program wanted;
         wanted.arguments = {"--reply-timeout", meeting.how.is_silent ? "1" : "20",
                             "--connect-timeout", meeting.how.is_silent ? "1" : "20",
-                            "ftp://u@127.0.0.1:" + std::to_string(server.port())};
+                            "ftp://u@" + server.address() + ":" + std::to_string(server.port())};
         wanted.arguments.insert(wanted.arguments.end(), meeting.command.begin(),
                                 meeting.command.end());
         wanted.environment["TARNIX_FTP_PASSWORD"] = "secret";

@@ -53,7 +53,6 @@ protected:
     }
 
     const host::standalone host_;
-    const scripted_server elsewhere_{"/else"};
 };
 
 TEST_P(CoreDataTest, a_spoilt_transfer_ends_as_documented)
@@ -62,7 +61,7 @@ TEST_P(CoreDataTest, a_spoilt_transfer_ends_as_documented)
     meet_data_faults(
         GetParam(), "the library",
         [&](const misbehaviour& how, const std::filesystem::path& local) {
-            return meet(operation, how, local, elsewhere_);
+            return meet(operation, how, local);
         },
         [this](const auto&... what) { expect(what...); });
 }

@@ -5,6 +5,8 @@
 #include <support/identifier_matchers.hpp>
 #include <support/option_recorder.hpp>
 
+#include <boost/algorithm/string/replace.hpp>
+
 namespace tarnix::test {
 
 namespace core = io::ftp::core;
@@ -44,20 +46,28 @@ std::string connect_elsewhere(core::curl_ptr& handle, const scripted_server& els
     }
 }
 
+/// Where the session stands. Each server has an address of its own.
+std::string url_on(const scripted_server& server, core::curl_ptr& handle)
+{
+    return boost::algorithm::replace_first_copy(core::current_remote_url(handle), server.address(),
+                                                "server");
+}
+
 } // namespace
 
 core_meeting meet(const core_operation& operation, const misbehaviour& how,
-                  const std::filesystem::path& local, const scripted_server& elsewhere)
+                  const std::filesystem::path& local)
 {
     core_meeting met;
-    scripted_server server("/home/u");
+    const scripted_server elsewhere("/else", new_loopback());
+    scripted_server server("/home/u", new_loopback());
     add_content(server);
     option_recorder recorder(option_recorder::requests::real);
     core::curl_ptr handle(false);
     if (!operation.connects)
         connect_to(handle, server);
     set_patience(handle, how);
-    met.url_before = core::current_remote_url(handle);
+    met.url_before = url_on(server, handle);
     server.disturbances().begin();
     if (how.arm)
         how.arm(server);
@@ -66,7 +76,7 @@ core_meeting meet(const core_operation& operation, const misbehaviour& how,
     run(operation, setting, met);
     met.duration = std::chrono::duration_cast<std::chrono::milliseconds>(clock::now() - begin);
     met.steps = server.disturbances().steps();
-    met.url_after = core::current_remote_url(handle);
+    met.url_after = url_on(server, handle);
     met.options = recorder.settings();
     // What this test sets, and what is different in each meeting.
     for (const auto* option :

@@ -19,6 +19,7 @@ struct core_meeting {
     /// What was returned, or the identifier that was raised.
     std::string outcome;
     bool raised = false;
+    /// With "server" for the server's address.
     std::string url_before;
     std::string url_after;
     /// The options afterwards, except for the URL.
@@ -31,6 +32,6 @@ struct core_meeting {
 };
 
 core_meeting meet(const core_operation& operation, const misbehaviour& how,
-                  const std::filesystem::path& local, const scripted_server& elsewhere);
+                  const std::filesystem::path& local);
 
 } // namespace tarnix::test

@@ -40,7 +40,8 @@ std::string upload(core_setting& at, bool text_mode)
 {
     write_bytes(at.local, content);
     core::send_file(at.handle, local_name(at), u"new", text_mode);
-    return "stored " + quoted(at.server.tree().read("/home/u/new").value_or("nothing"));
+    // A server that says "done" too early has still to take it.
+    return "stored " + quoted(at.server.tree().await("/home/u/new").value_or("nothing"));
 }
 
 std::string download(core_setting& at, bool text_mode)
@@ -67,7 +68,7 @@ std::string done(bool yes)
 
 std::string connect_to(core::curl_ptr& handle, const scripted_server& server)
 {
-    return connect_at(handle, "ftp://127.0.0.1", server);
+    return connect_at(handle, "ftp://" + server.address(), server);
 }
 
 const std::vector<core_operation>& core_operations()
@@ -76,7 +77,7 @@ const std::vector<core_operation>& core_operations()
         {"connect", true, [](core_setting& at) { return connect_to(at.handle, at.server); }},
         {"connect to a folder", true,
          [](core_setting& at) {
-             return connect_at(at.handle, "ftp://127.0.0.1/folder", at.server);
+             return connect_at(at.handle, "ftp://" + at.server.address() + "/folder", at.server);
          }},
         {"pwd", false, [](core_setting& at) { return core::pwd(at.handle); }},
         {"cd", false,

@@ -36,7 +36,7 @@ protected:
     }
 
     /// An undisturbed run of the operation.
-    core_meeting meet_undisturbed() { return meet(GetParam(), {}, next_local(), elsewhere_); }
+    core_meeting meet_undisturbed() { return meet(GetParam(), {}, next_local()); }
 
     std::vector<meeting_point> points_of(const core_meeting& undisturbed) const
     {
@@ -59,7 +59,7 @@ protected:
     void meet_all(std::vector<meeting_point>& points)
     {
         run_meetings(points.size(), [&](std::size_t i) {
-            points[i].met = meet(GetParam(), set_up(points[i]), next_local(), elsewhere_);
+            points[i].met = meet(GetParam(), set_up(points[i]), next_local());
         });
     }
 
@@ -113,7 +113,6 @@ private:
 
     const host::standalone host_;
     const temporary_folder local_;
-    const scripted_server elsewhere_{"/else"};
     std::atomic<int> number_ = 0;
 };
 
