@@ -1,5 +1,6 @@
 #include "connection.hpp"
 
+#include "libcurl_version.hpp"
 #include "paths.hpp"
 #include "replies.hpp"
 #include "requests.hpp"
@@ -63,12 +64,6 @@ std::string reason_for(std::optional<failure_kind> kind)
     return "the server does not tell the login folder";
 }
 
-bool is_old_libcurl()
-{
-    constexpr unsigned version_8_10 = 0x080a00;
-    return curl_version_info(CURLVERSION_NOW)->version_num < version_8_10;
-}
-
 } // namespace
 
 connection::connection(const settings& wanted)
@@ -84,7 +79,7 @@ connection::connection(const settings& wanted)
     watch_.set_patience(wanted.options.reply_timeout);
     // Old libcurls let the first bytes of a TLS data connection lie until this timer fires. Not set
     // earlier, because it is meant for the choice between the server's addresses.
-    if (is_old_libcurl())
+    if (libcurl_is_before(8, 10))
         core::set_option(handle_, CURLOPT_HAPPY_EYEBALLS_TIMEOUT_MS, 1LL);
     login_folder_ = absolute_path("/", undouble_quotes(enter_login_folder(wanted)));
     // The library's connect has set these anew, and has not seen whether it could.
@@ -151,7 +146,7 @@ void connection::set_tls(const settings& wanted)
     // Before 8.10 libcurl closes the data connection of an upload without reading the tickets that
     // a TLS 1.3 server sends in it; the reset that follows can cut the file short on the server.
     const auto highest =
-        is_old_libcurl() ? CURL_SSLVERSION_MAX_TLSv1_2 : CURL_SSLVERSION_MAX_DEFAULT;
+        libcurl_is_before(8, 10) ? CURL_SSLVERSION_MAX_TLSv1_2 : CURL_SSLVERSION_MAX_DEFAULT;
     core::set_option(handle_, CURLOPT_SSLVERSION,
                      static_cast<long long>(CURL_SSLVERSION_TLSv1_2) | highest);
 }

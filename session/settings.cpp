@@ -1,5 +1,6 @@
 #include "settings.hpp"
 
+#include "libcurl_version.hpp"
 #include "text_checks.hpp"
 
 #include <tarnix/ftp/errors.hpp>
@@ -100,6 +101,9 @@ void check_ftp(const settings& all)
         throw invalid_input("key files are for SFTP only");
     if (all.tls != "none" && all.options.verify_peer && all.ca_file.empty())
         throw invalid_input("there is no file of trusted certificates");
+    // It leaves TLS out of the connections that the server opens, and sends files in clear text.
+    if (all.options.active_mode && all.tls != "none" && libcurl_is_before(8, 0))
+        throw invalid_input("active mode with TLS is not safe with this libcurl; passive mode is");
 }
 
 /// libcurl wants the base64 text alone.

@@ -46,9 +46,8 @@ constexpr piece server_has_no_tls = [](flavour& one) {
 };
 
 constexpr piece no_active_tls = [](flavour& one) {
-    hinder(one, coverage::no_data_transfer,
-           "libcurl 7.88 cannot secure data connections in active mode.", {"raises UploadFailed"},
-           {"fails: connection"});
+    hinder(one, coverage::none, "libcurl 7.88 does not secure data connections in active mode.",
+           {"raises UploadFailed"}, {"refused"});
 };
 
 constexpr piece tls_data_closed = [](flavour& one) {

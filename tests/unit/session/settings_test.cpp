@@ -1,3 +1,4 @@
+#include "libcurl_version.hpp"
 #include "settings.hpp"
 
 #include <tarnix/ftp/errors.hpp>
@@ -194,6 +195,21 @@ INSTANTIATE_TEST_SUITE_P(
         bad_input{"file_with_line", "ftp://u@h", [](options_ref o) { o.ca_file = "a\x7F"; },
                   "control"}),
     [](const auto& one) { return one.param.name; });
+
+TEST(SettingsTest, active_mode_with_tls_takes_a_libcurl_that_secures_its_data)
+{
+    auto options = with_password();
+    options.active_mode = true;
+    EXPECT_EQ(make_settings(parse_url("ftp://u@host"), options).tls, "none");
+    for (const auto mode : {tls_mode::opportunistic, tls_mode::strict}) {
+        options.tls = mode;
+        const auto settle = [&] { make_settings(parse_url("ftp://u@host"), options); };
+        if (libcurl_is_before(8, 0))
+            EXPECT_THROW(settle(), invalid_input);
+        else
+            EXPECT_NO_THROW(settle());
+    }
+}
 
 TEST(SettingsTest, a_url_made_by_hand_is_checked_too)
 {

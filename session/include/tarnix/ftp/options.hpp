@@ -19,7 +19,9 @@ enum class tls_mode {
 struct session_options {
     /// For a URL without a port; must not contradict one that has it.
     std::optional<std::uint16_t> port;
-    bool active_mode = false; ///< FTP
+    /// FTP: the server opens the data connections. Refused with TLS when libcurl is older than 8.0,
+    /// because that sends the data in clear text.
+    bool active_mode = false;
 
     /// FTP; unset means what the URL says: strict for ftpes, none (clear text!) for ftp.
     std::optional<tls_mode> tls;
