@@ -1,6 +1,7 @@
 #include "check.hpp"
 #include "core_on_server.hpp"
 #include "outcome.hpp"
+#include "scene.hpp"
 #include "session_on_flavour.hpp"
 
 #include <algorithm>
