@@ -33,8 +33,8 @@ struct answer {
 
 /// Far above every folder, and below what a server may fill the memory with: names are kept one by
 /// one, each with what a string takes.
-constexpr std::size_t largest_listing = 256 * 1024 * 1024;
-constexpr std::size_t largest_names = 32 * 1024 * 1024;
+constexpr std::size_t largest_listing = 256UL << 20;
+constexpr std::size_t largest_names = 32UL << 20;
 
 constexpr std::size_t largest_body(question what)
 {
