@@ -181,6 +181,9 @@ foundation::storage::vfs::File make_vfs_file(const fl::ustring& path)
     return foundation::storage::vfs::File(path);
 }
 
+// The functions take files by value: hosts and tests bring their own in their place.
+// NOLINTBEGIN(performance-unnecessary-value-param)
+
 io_result read(File file, char* buffer, long count)
 {
     try {
@@ -243,6 +246,8 @@ void handle_exception(const std::exception_ptr& failure, File file, Operation op
     }
     raise<errors::CloseFailed>(file.path, reason_of(failure));
 }
+
+// NOLINTEND(performance-unnecessary-value-param)
 
 } // namespace tarnix::io::common::file
 

@@ -10,6 +10,7 @@
 
 #include <atomic>
 #include <chrono>
+#include <exception>
 #include <optional>
 #include <stdexcept>
 
@@ -62,7 +63,14 @@ public:
               framework.get()->GetBundleContext().template RegisterService<Interface>(service))
     {
     }
-    ~offered_service() { registration_.Unregister(); }
+    ~offered_service()
+    {
+        try {
+            registration_.Unregister();
+        } catch (const std::exception&) { // NOLINT(bugprone-empty-catch)
+            // Somebody stopped the framework before, and with it went its services.
+        }
+    }
     offered_service(const offered_service&) = delete;
     offered_service& operator=(const offered_service&) = delete;
 

@@ -25,7 +25,7 @@ std::string named(const fs::path& local)
 /// None when another block fits at the end of the file, which is more than may be left of its last.
 std::optional<int> error_of_growing(const fs::path& written)
 {
-    constexpr std::size_t block = 64 * 1024;
+    constexpr std::size_t block = 64UL << 10;
     errno = 0;
     std::ofstream file(written, std::ios::binary | std::ios::app);
     file << std::string(block, '\0') << std::flush;
@@ -45,7 +45,7 @@ std::optional<explanation> explain_source(const fs::path& local, std::optional<s
                                                        (now < *size ? "shorter" : "longer") +
                                                        " while it was sent"};
     // The largest piece that libcurl asks for, and the one before it that it may still hold.
-    constexpr std::size_t read_ahead = 2 * 2 * 1024 * 1024;
+    constexpr std::size_t read_ahead = 2 * (2UL << 20);
     std::vector<char> piece(read_ahead);
     errno = 0;
     std::ifstream file(local, std::ios::binary);

@@ -44,7 +44,7 @@ private:
 
 /// How outgoing bytes are cut up, and after how many the connection is dropped.
 struct pacing {
-    std::size_t piece = 64 * 1024;
+    std::size_t piece = 64UL << 10;
     std::chrono::milliseconds gap{0};
     std::optional<std::size_t> cut_after = std::nullopt;
 };

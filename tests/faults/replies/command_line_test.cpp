@@ -20,8 +20,6 @@ namespace tarnix::test {
 namespace {
 
 using namespace std::chrono_literals;
-using testing::AnyOf;
-using testing::Eq;
 using testing::StartsWith;
 
 constexpr auto connection_lost = 3;

@@ -7,7 +7,6 @@ namespace tarnix::test {
 namespace {
 
 using verdict = data_fault::verdict;
-using std::string_literals::operator""s;
 
 /// Scripts what is said, in place of the usual reply, to any command of these words.
 void say(scripted_server& server, std::initializer_list<const char*> words, const std::string& text)

@@ -81,7 +81,7 @@ std::string binary(std::size_t size)
     return bytes;
 }
 
-using std::string_literals::operator""s;
+using namespace std::string_literals;
 
 std::vector<named_fault> well_meant()
 {

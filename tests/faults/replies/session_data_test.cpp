@@ -93,7 +93,7 @@ TEST_F(SessionListingTest, any_bytes_are_names)
 
 TEST_F(SessionListingTest, a_listing_without_a_last_line_end_broke_off)
 {
-    server_.list_as(std::string(1024 * 1024, 'x'));
+    server_.list_as(std::string(1UL << 20, 'x'));
     for (const auto names : {true, false})
         try {
             if (names)
@@ -108,7 +108,7 @@ TEST_F(SessionListingTest, a_listing_without_a_last_line_end_broke_off)
 
 TEST_F(SessionListingTest, an_endless_listing_ends)
 {
-    server_.list_as(std::string(64 * 1024, 'x') + "\r\n");
+    server_.list_as(std::string(64UL << 10, 'x') + "\r\n");
     server_.conduct_data(data_conduct::endless);
     try {
         session_->names();

@@ -5,7 +5,6 @@
 namespace tarnix::test {
 namespace {
 
-namespace fs = std::filesystem;
 using client = session_on_flavour;
 
 const std::string done = "done";

@@ -213,6 +213,19 @@ TEST(standalone_test, after_its_end_a_framework_that_was_kept_says_that_it_is_ov
                  cppmicroservices::IllegalStateException);
 }
 
+TEST(standalone_test, a_framework_that_somebody_stopped_before_does_no_harm)
+{
+    {
+        const standalone host;
+        const auto framework = getFramework();
+        framework->Stop();
+        framework->WaitForStop(std::chrono::milliseconds::zero());
+    }
+    expect_nothing_left();
+    const standalone host;
+    EXPECT_TRUE(curl_ptr());
+}
+
 TEST(standalone_test, threads_that_make_sessions_while_it_ends_get_one_or_a_clear_failure)
 {
     for (int round = 0; round < 20; ++round) {
