@@ -117,6 +117,11 @@ std::optional<arguments> read_arguments(int count, const char* const* values, st
     app.footer(command_help() + '\n' + exit_code_help());
     app.formatter(std::make_shared<short_usage>());
     app.set_version_flag("--version", "tarnix-ftp " TARNIX_VERSION);
+    add_login_options(app, given);
+    add_security_options(app, given);
+    add_connection_options(app, given);
+    // The operands belong to none of these groups.
+    *app.option_defaults() = {};
     app.add_option("URL", given.url, "ftp://, ftpes:// or sftp:// [user@]host[:port][/folder]")
         ->required();
     app.add_option("COMMAND", given.command, "What to do, see below")->required();
@@ -125,9 +130,6 @@ std::optional<arguments> read_arguments(int count, const char* const* values, st
     std::string second;
     const auto* first_given = app.add_option("ARG", first, "What to do it with, none to two");
     const auto* second_given = app.add_option("ARG2", second)->group("");
-    add_login_options(app, given);
-    add_security_options(app, given);
-    add_connection_options(app, given);
     try {
         app.parse(count, values);
     } catch (const CLI::CallForHelp&) {

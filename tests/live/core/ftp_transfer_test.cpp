@@ -39,10 +39,10 @@ TEST_P(FtpTransferTest, text_goes_with_the_line_ends_of_each_side)
 {
     const std::string lines = "first\nsecond\n\nlast";
     const auto original = write_bytes(local() / "original", lines);
-    core::send_file(session(), original.u16string(), u"remote", text);
+    core::send_file(session(), original.u16string(), u"remote", as_text);
     EXPECT_EQ(read_bytes(root() / "remote"), lines);
     const auto copy = local() / "copy";
-    core::receive_file(session(), u"remote", copy.u16string(), text);
+    core::receive_file(session(), u"remote", copy.u16string(), as_text);
     EXPECT_EQ(read_bytes(copy), lines);
     EXPECT_THAT(commands_received(server()), Not(Contains("TYPE I")));
 }
@@ -51,7 +51,7 @@ TEST_P(FtpTransferTest, text_download_makes_line_feeds_of_all_line_ends)
 {
     write_bytes(root() / "remote", "dos\r\nmac\runix\n");
     const auto copy = local() / "copy";
-    core::receive_file(session(), u"remote", copy.u16string(), text);
+    core::receive_file(session(), u"remote", copy.u16string(), as_text);
     EXPECT_EQ(read_bytes(copy), "dos\nmac\nunix\n");
 }
 
@@ -67,7 +67,7 @@ TEST_P(FtpTransferTest, a_text_transfer_leaves_the_next_one_binary)
 {
     write_bytes(root() / "remote", "a\r\nb");
     const auto copy = local() / "copy";
-    core::receive_file(session(), u"remote", copy.u16string(), text);
+    core::receive_file(session(), u"remote", copy.u16string(), as_text);
     core::receive_file(session(), u"remote", copy.u16string(), binary);
     EXPECT_EQ(read_bytes(copy), "a\r\nb");
 }
@@ -128,7 +128,7 @@ TEST_P(FtpTransferTest, refused_upload_failed)
 
 TEST_P(FtpTransferTest, missing_remote_file_is_unavailable_and_leaves_an_empty_one)
 {
-    for (const bool mode : {binary, text}) {
+    for (const bool mode : {binary, as_text}) {
         const auto copy = write_bytes(local() / "copy", "old content");
         EXPECT_ERROR_ID(core::receive_file(session(), u"missing file", copy.u16string(), mode),
                         id_of<ids::FileUnavailable>(u"missing file"));

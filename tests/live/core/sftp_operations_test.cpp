@@ -173,10 +173,10 @@ TEST_F(SftpTest, names_with_blanks_and_other_letters_and_folders)
 TEST_F(SftpTest, text_upload_stores_carriage_returns_and_download_keeps_them)
 {
     const auto original = write_bytes(local() / "original", "a\nb\n").u16string();
-    core::send_file(session(), original, u"remote", text);
+    core::send_file(session(), original, u"remote", as_text);
     EXPECT_EQ(read_bytes(root() / "remote"), "a\r\nb\r\n");
     const auto copy = local() / "copy";
-    core::receive_file(session(), u"remote", copy.u16string(), text);
+    core::receive_file(session(), u"remote", copy.u16string(), as_text);
     EXPECT_EQ(read_bytes(copy), "a\r\nb\r\n");
 }
 

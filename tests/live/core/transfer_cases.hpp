@@ -8,7 +8,7 @@
 namespace tarnix::test {
 
 constexpr bool binary = false;
-constexpr bool text = true;
+constexpr bool as_text = true;
 
 /// Every byte value, in runs that no line-end conversion leaves alone; longer than libcurl's
 /// buffers, and no multiple of them.
