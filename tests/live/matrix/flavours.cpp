@@ -46,8 +46,9 @@ constexpr piece server_has_no_tls = [](flavour& one) {
 };
 
 constexpr piece no_active_tls = [](flavour& one) {
-    hinder(one, coverage::none, "libcurl 7.88 does not secure data connections in active mode.",
-           {"raises UploadFailed"}, {"refused"});
+    hinder(one, coverage::no_data_transfer,
+           "libcurl 7.88 does not secure data connections in active mode.", {"raises UploadFailed"},
+           {"refused"});
 };
 
 constexpr piece tls_data_closed = [](flavour& one) {

@@ -49,6 +49,11 @@ struct flavour {
     bool offers_tls() const { return server.find("-tls") != server.npos; }
     bool uses_tls() const { return offers_tls() && tls_mode != "none"; }
     bool works() const { return obstacle.empty(); }
+    /// A session does not even connect.
+    bool is_refused_by_session() const
+    {
+        return session_says == std::vector<std::string>{"refused"};
+    }
     /// The server program, whose habits to expect (differences.hpp).
     std::string software() const;
     /// As tests are named after it.

@@ -265,7 +265,9 @@ TEST_P(SessionMatrix, comes_to)
 
 INSTANTIATE_TEST_SUITE_P(Servers, SessionMatrix,
                          testing::ValuesIn(on_servers("session", checks,
-                                                      [](const flavour&) { return true; })),
+                                                      [](const flavour& one) {
+                                                          return !one.is_refused_by_session();
+                                                      })),
                          name_of_check<session_on_flavour>);
 
 } // namespace
