@@ -48,8 +48,11 @@ struct session::state {
     std::string begin_named(const std::string& path);
     std::string begin_transfer(const std::string& remote, transfer_mode mode);
 
+    enum class doing { command, transfer };
+
     template <typename Operation, typename Explain>
-    replies run(const std::string& what, Operation operation, Explain explain);
+    replies run(const std::string& what, Operation operation, Explain explain,
+                doing does = doing::command);
     template <typename Operation, typename Explain>
     void run_command(const std::string& what, Operation operation, Explain explain);
 
@@ -170,16 +173,19 @@ std::string session::state::begin_transfer(const std::string& remote, transfer_m
 /// Runs an operation of the library, and turns its identifier exception into a failure that says
 /// why, when the reason lies on the server's side. Returns what the server said.
 template <typename Operation, typename Explain>
-replies session::state::run(const std::string& what, Operation operation, Explain explain)
+replies session::state::run(const std::string& what, Operation operation, Explain explain,
+                            doing does)
 {
     recording server;
     try {
         core::scoped_request recorded(link.handle());
         server.observe(recorded);
-        if (link.is_secured_by_tls()) {
-            recorded.setopt(CURLOPT_FORBID_REUSE, 0, 0);
+        recorded.setopt(CURLOPT_FORBID_REUSE, 0, 0);
+        if (link.is_secured_by_tls())
             server.close_after_refusal(link.handle());
-        }
+        else if (does == doing::transfer && link.watching().awaits_server())
+            server.close_without_end(link.handle());
+        link.watching().forget_server();
         operation(link.handle());
     } catch (const foundation::core::except::IMsgIDException& error) {
         const auto* standard = dynamic_cast<const std::exception*>(&error);
@@ -193,6 +199,8 @@ replies session::state::run(const std::string& what, Operation operation, Explai
         const auto found = explain(server.heard());
         std::throw_with_nested(failure(found.kind, what + ": " + found.reason));
     }
+    if (does == doing::transfer && link.watching().has_missed_server())
+        view.raise(what, failure_kind::connection, "the data connection was lost");
     return server.heard();
 }
 
@@ -368,7 +376,8 @@ void session::upload(const std::filesystem::path& local, const std::string& remo
             if (auto found = explain_source(local, size, sent()))
                 return *found;
             return explain_upload(state_->view, path, server);
-        });
+        },
+        state::doing::transfer);
     // Over SFTP, and in text mode, which only adds bytes, libcurl takes the end of the file for the
     // end of the upload, wherever it comes.
     if (size && std::cmp_less(sent(), *size))
@@ -398,7 +407,8 @@ void session::download(const std::string& remote, const std::filesystem::path& l
                     return explanation{failure_kind::local_file,
                                        explain_target(local, file.path())};
                 return explain_download(state_->view, path, server);
-            });
+            },
+            state::doing::transfer);
     } catch (const foundation::core::except::IMsgIDException& error) {
         // Of the local file, by a name that the caller does not know.
         std::throw_with_nested(
