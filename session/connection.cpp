@@ -99,6 +99,8 @@ void connection::set_options(const settings& wanted)
     core::transfer_timeout(handle_, static_cast<long>(options.transfer_timeout.count()));
     core::set_option(handle_, CURLOPT_SERVER_RESPONSE_TIMEOUT, options.reply_timeout.count());
     watch_.observe(handle_);
+    if (options.active_mode)
+        watch_.await_server(handle_);
     // With it libcurl would save and restore the process's handling of SIGPIPE, which is lost when
     // two threads do so at once.
     core::set_option(handle_, CURLOPT_NOSIGNAL, 1LL);

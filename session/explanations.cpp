@@ -24,7 +24,7 @@ explanation from_answer(const answer& given, const explanation& otherwise)
 {
     if (given.code == CURLE_OK || given.code == CURLE_WRITE_ERROR)
         return otherwise;
-    return {kind_of(given.code), given.error};
+    return {kind_of(given.code, given.error), given.error};
 }
 
 /// A lost connection, and a refusal that is not about the name, need no looking at the name.

@@ -93,9 +93,15 @@ answer remote_view::ask(const std::string& url, question what)
             given.error = "the connection was lost";
         }
     }
-    // What `replies::close_after_refusal` speaks of: the answer was the refusal of the transfer.
-    if (given.code == CURLE_FTP_WEIRD_PASV_REPLY && given.server.refusal())
+    // What `replies::close_after_refusal` speaks of: the answer was the refusal of the transfer, or
+    // one to another command.
+    if (given.code == CURLE_FTP_WEIRD_PASV_REPLY && given.server.refusal()) {
         given.code = CURLE_FTP_COULDNT_RETR_FILE;
+    } else if (given.code == CURLE_FTP_WEIRD_PASV_REPLY && link_.is_secured_by_tls() &&
+               given.server.has_way_to_data()) {
+        given.code = CURLE_RECV_ERROR;
+        given.error = "the data connection was lost";
+    }
     return given;
 }
 
@@ -270,7 +276,7 @@ void remote_view::raise(const std::string& what, const answer& given,
 {
     if (const auto refusal = decisive_refusal(given.code, given.server))
         raise(what, kind_of_refusal(*refusal, file_unavailable), *refusal);
-    raise(what, kind_of(given.code), given.error);
+    raise(what, kind_of(given.code, given.error), given.error);
 }
 
 } // namespace tarnix::ftp

@@ -40,6 +40,19 @@ std::size_t replies::collect(char* data, std::size_t size, std::size_t count, vo
     return size * count;
 }
 
+void replies::close_after_refusal(io::ftp::core::curl_ptr& handle)
+{
+    close_without_end(handle);
+    closes_after_refusal_ = true;
+}
+
+bool replies::may_be_out_of_step() const
+{
+    if (closes_after_refusal_)
+        return refusal_ || (has_way_to_data_ && !transfer_ended_);
+    return transfer_began_ && lack_an_end();
+}
+
 void replies::add(std::string_view line)
 {
     while (line.ends_with('\n') || line.ends_with('\r'))
@@ -47,18 +60,19 @@ void replies::add(std::string_view line)
     if (!ends_reply(line))
         return;
     // The answers to the PASV that libcurl goes on with and to its QUIT take no refusal back.
-    if (handle_ && refusal_ && (line.starts_with("227") || line.starts_with("221")))
+    if (closes_after_refusal_ && refusal_ && (line.starts_with("227") || line.starts_with("221")))
         return;
     refusal_.reset();
     if (line.starts_with('4') || line.starts_with('5'))
         refusal_ = line.substr(0, longest_reply);
-    if (handle_)
-        io::ftp::core::set_option(*handle_, CURLOPT_FORBID_REUSE, refusal_ ? 1LL : 0LL);
     doubtful_end_.reset();
     if (!refusal_ && (!line.starts_with('2') || line.starts_with("202"))) // 202: not implemented
         doubtful_end_ = line.substr(0, longest_reply);
     transfer_ended_ = transfer_began_ && line.starts_with('2');
     transfer_began_ = transfer_began_ || line.starts_with('1');
+    has_way_to_data_ = has_way_to_data_ || line.starts_with("227") || line.starts_with("229");
+    if (handle_)
+        io::ftp::core::set_option(*handle_, CURLOPT_FORBID_REUSE, may_be_out_of_step() ? 1LL : 0LL);
     if (line.starts_with("213")) {
         has_file_size_ = true;
         file_size_ = number_in(line.substr(4));
@@ -74,6 +88,12 @@ void recording::observe(io::ftp::core::scoped_request& scope)
     scope.setopt(CURLOPT_ERRORBUFFER, error_.data(), nullptr)
         .setopt(CURLOPT_HEADERDATA, this, nullptr)
         .setopt(CURLOPT_HEADERFUNCTION, &recording::collect, nullptr);
+}
+
+void recording::close_without_end(io::ftp::core::curl_ptr& handle)
+{
+    handle_ = &handle;
+    heard_.close_without_end(handle);
 }
 
 void recording::close_after_refusal(io::ftp::core::curl_ptr& handle)

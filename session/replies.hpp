@@ -20,11 +20,18 @@ public:
 
     void add(std::string_view line);
 
-    /// Lets the running request close its connection at its end when its last reply is a refusal.
-    /// Over TLS a server may close the data connection as it refuses; libcurl 7.88 then asks for
-    /// another one, takes the refusal for the answer, and leaves a reply behind, which the next
-    /// request on that connection reads with a pointer into freed memory, and might never return.
-    void close_after_refusal(io::ftp::core::curl_ptr& handle) { handle_ = &handle; }
+    /// Lets the running request close its connection at its end when a transfer began that has not
+    /// come to its end: libcurl 7.88 in active mode may forget one, and leaves its last reply
+    /// behind.
+    void close_without_end(io::ftp::core::curl_ptr& handle) { handle_ = &handle; }
+
+    /// The same, when the last reply is a refusal, and when a transfer was prepared that has not
+    /// come to its end. Over TLS a server may close the data connection as it refuses, and one that
+    /// breaks while it is secured looks the same: libcurl 7.88 then asks for another one, takes the
+    /// next reply for the answer, and leaves a reply behind, which the next request on that
+    /// connection takes for the answer to its own command, or reads with a pointer into freed
+    /// memory, and might never return.
+    void close_after_refusal(io::ftp::core::curl_ptr& handle);
 
     /// The last reply, without its line end, when it refused something (4xx, 5xx). What was refused
     /// earlier the client found another way for. Cut short where it is very long.
@@ -37,6 +44,11 @@ public:
     /// The last reply neither refused something nor ended a transfer: there should be another one.
     bool lack_an_end() const { return !refusal_ && !transfer_ended_; }
 
+    bool transfer_began() const { return transfer_began_; }
+
+    /// The server awaited a data connection.
+    bool has_way_to_data() const { return has_way_to_data_; }
+
     /// A SIZE was answered.
     bool has_file_size() const { return has_file_size_; }
     /// What it was answered with, when that is a number.
@@ -44,9 +56,13 @@ public:
     bool says_folder_unreadable() const { return folder_unreadable_; }
 
 private:
+    bool may_be_out_of_step() const;
+
     io::ftp::core::curl_ptr* handle_ = nullptr;
+    bool closes_after_refusal_ = false;
     std::optional<std::string> refusal_;
     std::optional<std::string> doubtful_end_;
+    bool has_way_to_data_ = false;
     bool transfer_began_ = false;
     bool transfer_ended_ = false;
     bool has_file_size_ = false;
@@ -64,6 +80,7 @@ public:
 
     /// As long as `scope` lives.
     void observe(io::ftp::core::scoped_request& scope);
+    void close_without_end(io::ftp::core::curl_ptr& handle);
     void close_after_refusal(io::ftp::core::curl_ptr& handle);
 
     const replies& heard() const { return heard_; }

@@ -48,6 +48,14 @@ bool knows_time(core::curl_ptr& handle)
     return time != -1;
 }
 
+/// What OpenSSL, and libcurl for it, say of the socket.
+bool is_about_the_connection(const std::string& error)
+{
+    return error.find("SSL_connect:") != std::string::npos ||
+           error.find("unexpected eof") != std::string::npos || error.starts_with("Recv failure") ||
+           error.starts_with("Send failure");
+}
+
 } // namespace
 
 answer ask(core::curl_ptr& handle, watch& watching, const std::string& url, question what,
@@ -80,12 +88,18 @@ answer ask(core::curl_ptr& handle, watch& watching, const std::string& url, ques
             .setopt(CURLOPT_UPLOAD, 1, 0);
     if (over_tls && !nothing_to_read)
         result.server.close_after_refusal(handle);
+    else if (watching.awaits_server() && !nothing_to_read)
+        result.server.close_without_end(handle);
+    watching.forget_server();
     result.code = request.perform().first;
-    if (over_tls)
+    if (over_tls || watching.awaits_server())
         core::set_option(handle, CURLOPT_FORBID_REUSE, 0LL);
     result.has_time = knows_time(handle);
     result.has_connected = has_connected(handle);
-    if (body.is_full)
+    if (result.code == CURLE_OK && result.server.transfer_began() && watching.has_missed_server()) {
+        result.code = CURLE_RECV_ERROR;
+        result.error = "the data connection was lost";
+    } else if (body.is_full)
         result.error = "the answer is longer than " + std::to_string(limit) + " bytes";
     else if (result.code != CURLE_OK)
         result.error = error.front() ? error.data() : curl_easy_strerror(result.code);
@@ -108,19 +122,10 @@ std::optional<std::string> decisive_refusal(CURLcode code, const replies& server
     return lost && !is_farewell ? std::nullopt : refusal;
 }
 
-failure_kind kind_of_first(CURLcode code, const std::string& error)
+failure_kind kind_of(CURLcode code, const std::string& error)
 {
-    // What SSH says before the login, and what OpenSSL says of its socket.
-    if (code == CURLE_FAILED_INIT || code == CURLE_SSH)
+    if (code == CURLE_SSL_CONNECT_ERROR && is_about_the_connection(error))
         return failure_kind::connection;
-    if (code == CURLE_SSL_CONNECT_ERROR && (error.find("SSL_connect:") != std::string::npos ||
-                                            error.find("unexpected eof") != std::string::npos))
-        return failure_kind::connection;
-    return kind_of(code);
-}
-
-failure_kind kind_of(CURLcode code)
-{
     switch (code) {
     case CURLE_COULDNT_RESOLVE_PROXY:
     case CURLE_COULDNT_RESOLVE_HOST:
@@ -149,6 +154,14 @@ failure_kind kind_of(CURLcode code)
     default:
         return failure_kind::transfer;
     }
+}
+
+failure_kind kind_of_first(CURLcode code, const std::string& error)
+{
+    // What SSH says before the login.
+    if (code == CURLE_FAILED_INIT || code == CURLE_SSH)
+        return failure_kind::connection;
+    return kind_of(code, error);
 }
 
 failure_kind kind_of_refusal(const std::string& reply, failure_kind file_unavailable)

@@ -53,11 +53,12 @@ bool has_connected(io::ftp::core::curl_ptr& handle);
 /// lost after it had.
 std::optional<std::string> decisive_refusal(CURLcode code, const replies& server);
 
-/// What a failed first request is: a connection that breaks while it is secured is no refusal.
-failure_kind kind_of_first(CURLcode code, const std::string& error);
+/// What a failed request is, from libcurl's code and text: a connection that breaks while it is
+/// secured is no refusal.
+failure_kind kind_of(CURLcode code, const std::string& error);
 
-/// What a failed request is, from libcurl's code.
-failure_kind kind_of(CURLcode code);
+/// The same for the first request.
+failure_kind kind_of_first(CURLcode code, const std::string& error);
 
 /// What a server's refusal is, from its reply; `file_unavailable` tells what 550 means here.
 failure_kind kind_of_refusal(const std::string& reply, failure_kind file_unavailable);

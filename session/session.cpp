@@ -152,8 +152,12 @@ void session::rename(const std::string& from, const std::string& to)
                 core::rename_remote_file(handle, old_name, new_name);
         },
         explain);
+    // Over SFTP nothing else tells, and the looks make a new connection.
+    const auto was_lost = view.is_sftp() && view.has_lost_connection();
     // The library takes more for success than is one.
     if (view.has(source)) {
+        if (was_lost)
+            view.raise(what, failure_kind::connection, "the connection was lost");
         const auto found = explain(server);
         view.raise(what, found.kind, found.reason);
     }

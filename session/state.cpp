@@ -67,17 +67,15 @@ std::string session::state::begin_transfer(const std::string& remote, transfer_m
     return path;
 }
 
-replies session::state::run(const std::string& what, const operation& operate,
-                            const reasons& explain)
+void session::state::run(recording& server, const std::string& what, const operation& operate,
+                         const reasons& explain)
 {
-    recording server;
     try {
         core::scoped_request recorded(link.handle());
         server.observe(recorded);
-        if (link.is_secured_by_tls()) {
-            recorded.setopt(CURLOPT_FORBID_REUSE, 0, 0);
+        recorded.setopt(CURLOPT_FORBID_REUSE, 0, 0);
+        if (link.is_secured_by_tls())
             server.close_after_refusal(link.handle());
-        }
         operate(link.handle());
     } catch (const foundation::core::except::IMsgIDException& error) {
         const auto* standard = dynamic_cast<const std::exception*>(&error);
@@ -91,6 +89,13 @@ replies session::state::run(const std::string& what, const operation& operate,
         const auto found = explain(server.heard());
         std::throw_with_nested(failure(found.kind, what + ": " + found.reason));
     }
+}
+
+replies session::state::run(const std::string& what, const operation& operate,
+                            const reasons& explain)
+{
+    recording server;
+    run(server, what, operate, explain);
     return server.heard();
 }
 
@@ -101,6 +106,18 @@ void session::state::run_command(const std::string& what, const operation& opera
     if (const auto& doubtful = server.doubtful_end())
         view.raise(what, failure_kind::transfer,
                    "the server does not say that it is done: " + *doubtful);
+}
+
+void session::state::run_transfer(const std::string& what, const operation& operate,
+                                  const reasons& explain)
+{
+    recording server;
+    if (link.watching().awaits_server())
+        server.close_without_end(link.handle());
+    link.watching().forget_server();
+    run(server, what, operate, explain);
+    if (link.watching().has_missed_server())
+        view.raise(what, failure_kind::connection, "the data connection was lost");
 }
 
 } // namespace tarnix::ftp

@@ -33,6 +33,13 @@ struct session::state {
     /// The same for one command to an FTP server: libcurl takes every reply that is no refusal for
     /// success.
     void run_command(const std::string& what, const operation& operate, const reasons& explain);
+    /// The same for a transfer, which libcurl 7.88 in active mode now and then takes for done when
+    /// it has only begun.
+    void run_transfer(const std::string& what, const operation& operate, const reasons& explain);
+
+    /// What all of them have in common; `server` hears the replies.
+    void run(recording& server, const std::string& what, const operation& operate,
+             const reasons& explain);
 
     connection link;
     remote_view view;

@@ -49,7 +49,7 @@ void session::upload(const std::filesystem::path& local, const std::string& remo
     const auto what = "cannot store " + quoted(path);
     const auto size = size_of(local);
     const auto sent = [this] { return state_->link.watching().bytes_uploaded(); };
-    state_->run(
+    state_->run_transfer(
         what,
         [&](core::curl_ptr& handle) {
             core::send_file(handle, local_name, remote_name, mode == transfer_mode::text);
@@ -79,7 +79,7 @@ void session::download(const std::string& remote, const std::filesystem::path& l
     pending_file file(local);
     const auto local_name = utf16_path(file.path());
     try {
-        state_->run(
+        state_->run_transfer(
             what,
             [&](core::curl_ptr& handle) {
                 core::receive_file(handle, remote_name, local_name, mode == transfer_mode::text);

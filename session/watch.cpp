@@ -21,6 +21,20 @@ void watch::observe(core::curl_ptr& handle)
     core::set_option(handle, CURLOPT_NOPROGRESS, 0LL);
 }
 
+void watch::await_server(core::curl_ptr& handle)
+{
+    awaits_server_ = true;
+    core::set_option(handle, CURLOPT_SOCKOPTDATA, this);
+    core::set_option(handle, CURLOPT_SOCKOPTFUNCTION, reinterpret_cast<void (*)()>(&note_socket));
+}
+
+int watch::note_socket(void* self, curl_socket_t, curlsocktype purpose) noexcept
+{
+    if (purpose == CURLSOCKTYPE_ACCEPT)
+        static_cast<watch*>(self)->server_came_ = true;
+    return CURL_SOCKOPT_OK;
+}
+
 void watch::restart()
 {
     before_ = {};

@@ -18,6 +18,12 @@ public:
     watch& operator=(const watch&) = delete;
 
     void observe(io::ftp::core::curl_ptr& handle);
+    /// In active mode, where libcurl 7.88 now and then takes a transfer for done that it has only
+    /// begun: notes whether the server has made the data connection.
+    void await_server(io::ftp::core::curl_ptr& handle);
+    bool awaits_server() const { return awaits_server_; }
+    void forget_server() { server_came_ = false; }
+    bool has_missed_server() const { return awaits_server_ && !server_came_; }
 
     /// At the start of each operation.
     void restart();
@@ -39,6 +45,7 @@ private:
 
     static int progress(void* self, curl_off_t, curl_off_t downloaded, curl_off_t,
                         curl_off_t uploaded) noexcept;
+    static int note_socket(void* self, curl_socket_t, curlsocktype purpose) noexcept;
     /// What changes when something moves.
     struct state {
         curl_off_t bytes = 0;
@@ -52,6 +59,8 @@ private:
     std::chrono::milliseconds patience_;
     std::function<bool()> cancelled_;
     CURL* handle_ = nullptr;
+    bool awaits_server_ = false;
+    bool server_came_ = false;
     state before_;
     curl_off_t uploaded_ = 0;
     curl_off_t downloaded_ = 0;

@@ -378,11 +378,23 @@ void control_conversation::wait_for_the_end()
     throw disconnected("the client has left");
 }
 
+bool control_conversation::connect_data()
+{
+    try {
+        data_->connect_early();
+        return true;
+    } catch (const disconnected&) {
+        return false;
+    }
+}
+
 template <typename Transfer>
 void control_conversation::run_transfer(Transfer transfer)
 {
     if (!data_)
         return reply(425, "Which data connection?");
+    if (server_.current_behaviour().connects_early && !connect_data())
+        return reply(425, "You do not listen.");
     reply(150, "Here we go.");
     if (!open_)
         return;

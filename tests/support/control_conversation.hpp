@@ -24,6 +24,8 @@ struct server_behaviour {
     /// In place of every listing.
     std::optional<std::string> listing;
     data_conduct conduct = data_conduct::usual;
+    /// In active mode, before a transfer is announced.
+    bool connects_early = false;
 };
 
 /// What the conversations of one server share; it outlives them.
@@ -108,6 +110,7 @@ private:
     /// What is done instead of a transfer ends with `disconnected`.
     void misconduct_data(const std::string& bytes);
     void wait_for_the_end();
+    bool connect_data();
     /// Announces a transfer, runs it and reports how it ended.
     template <typename Transfer>
     void run_transfer(Transfer transfer);

@@ -35,7 +35,14 @@ void end_sending(const tcp_stream& stream)
 } // namespace
 
 cutting_gate::cutting_gate(const std::string& address, unsigned short server_port, speech spoken)
+    : cutting_gate(address, spoken, address, server_port)
+{
+}
+
+cutting_gate::cutting_gate(const std::string& address, speech spoken,
+                           const std::string& server_address, unsigned short server_port)
     : address_(address),
+      server_address_(server_address),
       server_port_(server_port),
       spoken_(spoken),
       wake_(new_event()),
@@ -47,6 +54,16 @@ cutting_gate::cutting_gate(const std::string& address, unsigned short server_por
 cutting_gate::~cutting_gate()
 {
     stop_.raise();
+}
+
+unsigned short cutting_gate::door_to(unsigned short server_port)
+{
+    tcp_listener door(stop_, address_);
+    const auto own = door.port();
+    const std::lock_guard lock(mutex_);
+    new_doors_.push_back({0, server_port, std::move(door)});
+    eventfd_write(wake_.number(), 1);
+    return own;
 }
 
 void cutting_gate::start(const std::optional<cut>& there)
@@ -126,7 +143,7 @@ void cutting_gate::wait_and_pass()
     if (is_ready())
         throw disconnected("stopped");
     if (is_ready()) {
-        take_start();
+        wake_up();
         return; // the connections may be others now
     }
     const bool accepts = is_ready();
@@ -137,7 +154,7 @@ void cutting_gate::wait_and_pass()
         const auto here = listener++;
         if (!is_ready())
             continue;
-        accept(channel::data, here->listener, here->server_port);
+        accept_data(*here);
         data_listeners_.erase(here);
     }
     auto one = links_.begin();
@@ -150,14 +167,38 @@ void cutting_gate::wait_and_pass()
             read_from_server(*one);
     }
     if (accepts)
-        accept(channel::control, listener_, server_port_);
+        accept_control();
     sweep();
+}
+
+void cutting_gate::wake_up()
+{
+    eventfd_t count = 0;
+    eventfd_read(wake_.number(), &count);
+    take_doors();
+    const auto starts = [this] {
+        const std::lock_guard lock(mutex_);
+        return start_wanted_;
+    }();
+    if (starts)
+        take_start();
+}
+
+/// They belong to the control connection that was made last.
+void cutting_gate::take_doors()
+{
+    int control = 0;
+    for (const auto& one : links_)
+        if (one.kind == channel::control)
+            control = one.number;
+    const std::lock_guard lock(mutex_);
+    for (auto& door : new_doors_)
+        door.control = control;
+    data_listeners_.splice(data_listeners_.end(), new_doors_);
 }
 
 void cutting_gate::take_start()
 {
-    eventfd_t count = 0;
-    eventfd_read(wake_.number(), &count);
     const auto at_once = [this] {
         const std::lock_guard lock(mutex_);
         passed_.clear();
@@ -175,15 +216,35 @@ void cutting_gate::take_start()
     changed_.notify_all();
 }
 
-void cutting_gate::accept(channel kind, tcp_listener& from, unsigned short server_port)
+void cutting_gate::accept_control()
 {
-    link made{kind, ++connections_, from.accept(), std::nullopt};
+    auto client = listener_.accept();
     try {
-        made.server = tcp_stream::connect_to(server_port, stop_, address_);
+        join(channel::control, std::move(client),
+             tcp_stream::connect_to(server_port_, stop_, server_address_));
     } catch (const disconnected&) {
         return; // the server has given up on it
     }
-    links_.push_back(std::move(made));
+}
+
+void cutting_gate::accept_data(data_listener& from)
+{
+    auto accepted = from.listener.accept();
+    try {
+        if (from.is_active)
+            join(channel::data, tcp_stream::connect_to(from.port, stop_), std::move(accepted));
+        else
+            join(channel::data, std::move(accepted),
+                 tcp_stream::connect_to(from.port, stop_, server_address_));
+    } catch (const disconnected&) {
+        return; // the other one has given up on it
+    }
+}
+
+void cutting_gate::join(channel kind, std::optional<tcp_stream> client,
+                        std::optional<tcp_stream> server)
+{
+    links_.push_back({kind, ++connections_, std::move(client), std::move(server)});
     const auto at_once = [&] {
         const std::lock_guard lock(mutex_);
         is_quiet_ = false;
@@ -194,12 +255,22 @@ void cutting_gate::accept(channel kind, tcp_listener& from, unsigned short serve
         break_off(links_.back());
 }
 
+bool cutting_gate::is_read(const link& one) const
+{
+    return spoken_ == speech::ftp && one.kind == channel::control;
+}
+
 void cutting_gate::read_from_client(link& from)
 {
     try {
         const auto bytes = from.client->read_some();
+        if (!bytes.empty() && is_read(from)) {
+            from.unfinished_command += bytes;
+            return pass_commands(from);
+        }
         if (!bytes.empty())
             return pass(from, direction::to_server, bytes);
+        pass(from, direction::to_server, std::exchange(from.unfinished_command, {}));
         from.client_ended = true;
         from.client_went_first = !from.server_ended;
         if (from.server)
@@ -220,7 +291,7 @@ void cutting_gate::read_from_server(link& from)
             from.server_ended = true;
             if (from.client)
                 end_sending(*from.client);
-        } else if (spoken_ == speech::opaque || from.kind == channel::data) {
+        } else if (!is_read(from)) {
             pass(from, direction::to_client, bytes);
         } else if (from.client) {
             from.unfinished_line += bytes;
@@ -234,6 +305,52 @@ void cutting_gate::read_from_server(link& from)
     }
 }
 
+/// Command by command, because some have to be rewritten.
+void cutting_gate::pass_commands(link& along)
+{
+    auto& text = along.unfinished_command;
+    for (auto end = text.find('\n'); end != std::string::npos && along.client;
+         end = text.find('\n')) {
+        const auto command = text.substr(0, end + 1);
+        text.erase(0, end + 1);
+        const auto port = active_port(along, command);
+        if (!port)
+            pass(along, direction::to_server, command);
+        else if (command.starts_with("EPRT"))
+            pass(along, direction::to_server,
+                 "EPRT |1|127.0.0.1|" + std::to_string(*port) + "|\r\n",
+                 "EPRT |1|127.0.0.1|.....|\r\n");
+        else
+            pass(along, direction::to_server,
+                 "PORT 127,0,0,1," + std::to_string(*port / 256) + ',' +
+                     std::to_string(*port % 256) + "\r\n",
+                 "PORT 127,0,0,1,...,...\r\n");
+    }
+}
+
+/// One that takes the server's connection, for a command that names one of the client; its numbers
+/// have as many digits each time.
+std::optional<unsigned short> cutting_gate::active_port(const link& control,
+                                                        const std::string& command)
+{
+    int port = 0;
+    int high = 0;
+    int low = 0;
+    if (std::sscanf(command.c_str(), "PORT 127,%*d,%*d,%*d,%d,%d", &high, &low) == 2)
+        port = high * 256 + low;
+    else if (std::sscanf(command.c_str(), "EPRT |1|127.%*d.%*d.%*d|%d|", &port) != 1)
+        return std::nullopt;
+    const auto has_digits = [](const tcp_listener& one) {
+        return one.port() / 256 >= 100 && one.port() % 256 >= 100;
+    };
+    tcp_listener own(stop_);
+    for (std::list<tcp_listener> others; !has_digits(own); own = tcp_listener(stop_))
+        others.push_back(std::move(own));
+    data_listeners_.push_back(
+        {control.number, static_cast<unsigned short>(port), std::move(own), true});
+    return data_listeners_.back().listener.port();
+}
+
 /// Line by line, because lines may have to be rewritten.
 void cutting_gate::pass_lines(link& along)
 {
@@ -245,8 +362,14 @@ void cutting_gate::pass_lines(link& along)
     }
 }
 
-/// Sends the bytes on, up to where the cut is.
 void cutting_gate::pass(link& along, direction way, const std::string& bytes)
+{
+    pass(along, way, bytes, bytes);
+}
+
+/// Sends the bytes on, up to where the cut is.
+void cutting_gate::pass(link& along, direction way, const std::string& bytes,
+                        const std::string& recorded)
 {
     auto& target = way == direction::to_server ? along.server : along.client;
     if (!target || bytes.empty())
@@ -260,7 +383,7 @@ void cutting_gate::pass(link& along, direction way, const std::string& bytes)
             count = cuts ? still_to_pass_ : bytes.size();
             still_to_pass_ -= count;
         }
-        passed_.push_back({along.kind, along.number, way, bytes.substr(0, count)});
+        passed_.push_back({along.kind, along.number, way, recorded.substr(0, count)});
     }
     try {
         target->write(bytes.substr(0, count));

@@ -16,7 +16,8 @@ namespace tarnix::test {
 
 /// Stands between a client and a server on this machine, passes on what they say, and breaks a
 /// connection after any byte that it is told. It writes the port of a data connection in a reply
-/// to EPSV or PASV to one of its own, so that those connections go through it too.
+/// to EPSV or PASV, and in the commands EPRT and PORT, to one of its own, so that those connections
+/// go through it too; of the commands it records "....." in place of the port.
 class cutting_gate {
 public:
     /// What goes through the connections: FTP in clear, or something to be passed on unread.
@@ -48,12 +49,19 @@ public:
     /// For a server at `address`, where the gate takes a port, too.
     cutting_gate(const std::string& address, unsigned short server_port,
                  speech spoken = speech::ftp);
+    /// For a server at another address than the gate's.
+    cutting_gate(const std::string& address, speech spoken, const std::string& server_address,
+                 unsigned short server_port);
     ~cutting_gate();
     cutting_gate(const cutting_gate&) = delete;
     cutting_gate& operator=(const cutting_gate&) = delete;
 
     const std::string& address() const { return address_; }
     unsigned short port() const { return listener_.port(); }
+
+    /// A port of the gate through which one data connection to that port of the server can be made,
+    /// for clients whose replies the gate cannot read.
+    unsigned short door_to(unsigned short server_port);
 
     /// Counts and records from here on, and cuts once: there.
     void start(const std::optional<cut>& there = std::nullopt);
@@ -79,30 +87,42 @@ private:
         bool client_ended = false;
         bool server_ended = false;
         bool client_went_first = false;
+        std::string unfinished_command{};
         std::string unfinished_line{};
     };
 
-    /// Awaits the client's data connection.
+    /// Awaits a data connection: of the client, or in active mode of the server.
     struct data_listener {
         int control;
-        unsigned short server_port;
+        /// Of the other one.
+        unsigned short port;
         tcp_listener listener;
+        bool is_active = false;
     };
 
     void run();
     void wait_and_pass();
+    void wake_up();
+    void take_doors();
     void take_start();
-    void accept(channel kind, tcp_listener& from, unsigned short server_port);
+    void accept_control();
+    void accept_data(data_listener& from);
+    void join(channel kind, std::optional<tcp_stream> client, std::optional<tcp_stream> server);
+    bool is_read(const link& one) const;
     void read_from_client(link& from);
     void read_from_server(link& from);
+    void pass_commands(link& along);
     void pass_lines(link& along);
     void pass(link& along, direction way, const std::string& bytes);
+    void pass(link& along, direction way, const std::string& bytes, const std::string& recorded);
     std::string redirected(const link& control, std::string line);
+    std::optional<unsigned short> active_port(const link& control, const std::string& command);
     void break_off(link& victim);
     static void end_server_side(link& broken);
     void sweep();
 
     const std::string address_;
+    const std::string server_address_;
     const unsigned short server_port_;
     const speech spoken_;
     stop_signal stop_;
@@ -110,6 +130,7 @@ private:
     mutable std::mutex mutex_;
     mutable std::condition_variable changed_;
     bool start_wanted_ = false;
+    std::list<data_listener> new_doors_;
     std::optional<cut> cut_;
     std::size_t still_to_pass_ = 0;
     bool has_cut_ = false;

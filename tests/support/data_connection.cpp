@@ -1,5 +1,7 @@
 #include <support/data_connection.hpp>
 
+#include <utility>
+
 namespace tarnix::test {
 
 data_connection data_connection::passive(const stop_signal& stop, const std::string& address)
@@ -40,8 +42,16 @@ std::string data_connection::receive()
     return all;
 }
 
+void data_connection::connect_early()
+{
+    if (std::holds_alternative<unsigned short>(client_))
+        made_ = open();
+}
+
 tcp_stream data_connection::open()
 {
+    if (made_)
+        return std::move(*std::exchange(made_, std::nullopt));
     if (auto* listener = std::get_if<tcp_listener>(&client_))
         return listener->accept();
     return tcp_stream::connect_to(std::get<unsigned short>(client_), *stop_);

@@ -2,6 +2,7 @@
 
 #include <support/loopback_socket.hpp>
 
+#include <optional>
 #include <string>
 #include <variant>
 
@@ -18,6 +19,8 @@ public:
     unsigned short port() const;
     /// The connection itself.
     tcp_stream open();
+    /// Makes an active one now rather than when it is needed.
+    void connect_early();
     /// Sends `bytes`, as slowly as `how` says, and closes.
     void send(const std::string& bytes, const pacing& how);
     /// Everything up to the end of the stream.
@@ -29,6 +32,7 @@ private:
     data_connection(peer client, const stop_signal& stop);
 
     peer client_;
+    std::optional<tcp_stream> made_;
     const stop_signal* stop_;
 };
 

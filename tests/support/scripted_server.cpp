@@ -89,6 +89,12 @@ void scripted_server::conduct_data(data_conduct how)
     state_.behaviour.conduct = how;
 }
 
+void scripted_server::connect_data_early()
+{
+    const std::lock_guard lock(state_.behaviour_mutex);
+    state_.behaviour.connects_early = true;
+}
+
 void scripted_server::clear_script()
 {
     state_.script.clear();

@@ -54,6 +54,8 @@ public:
     void pace_control(const pacing& how);
     void pace_data(const pacing& how);
     void conduct_data(data_conduct how);
+    /// In active mode the server connects to the client before it announces a transfer, not after.
+    void connect_data_early();
     /// What goes wrong at which step.
     step_faults& disturbances() { return state_.faults; }
     /// Ends the control connections that are idle now, at once: without a word, or with a 421.

@@ -30,5 +30,9 @@ TEST_P(CoreCutsTest, every_byte)
 INSTANTIATE_TEST_SUITE_P(Operations, CoreCutsTest, testing::ValuesIn(cases_of(core_operations())),
                          [](const auto& row) { return name_of(row.param); });
 
+INSTANTIATE_TEST_SUITE_P(ActiveMode, CoreCutsTest,
+                         testing::ValuesIn(cases_of(core_operations_in_active_mode())),
+                         [](const auto& row) { return name_of(row.param); });
+
 } // namespace
 } // namespace tarnix::test

@@ -1,15 +1,15 @@
 #include "core_operations.hpp"
 
+#include "active_mode.hpp"
 #include "files_of_place.hpp"
+#include "said.hpp"
 
 #include <support/identifier_matchers.hpp>
 
 #include <boost/algorithm/string/join.hpp>
 #include <boost/algorithm/string/replace.hpp>
-#include <gtest/gtest.h>
 
 #include <filesystem>
-#include <type_traits>
 #include <utility>
 #include <variant>
 
@@ -42,16 +42,7 @@ template <typename Call>
 std::string said_by(Call call)
 {
     try {
-        if constexpr (std::is_void_v<decltype(call())>) {
-            call();
-            return "done";
-        } else {
-            const auto value = call();
-            if constexpr (std::is_convertible_v<decltype(value), std::string>)
-                return value;
-            else
-                return testing::PrintToString(value);
-        }
+        return value_of(call);
     } catch (const foundation::core::except::IMsgIDException& error) {
         return short_text(error.message_id());
     }
@@ -90,21 +81,6 @@ void reconnect(place& here)
         throw std::runtime_error("it is in " + folder);
 }
 
-std::string changes_and_local_file(place& here)
-{
-    return server_changes(here) + ", local " + content_of(read_bytes(local_file(here)));
-}
-
-/// How much of it arrived.
-std::string part_of(const std::string& listing, const std::string& arrived)
-{
-    if (arrived == listing)
-        return "the listing";
-    if (arrived.empty())
-        return "no listing";
-    return listing.starts_with(arrived) ? "a part of the listing" : arrived;
-}
-
 core::ustring local_path(const place& here)
 {
     return local_file(here).u16string();
@@ -130,7 +106,7 @@ operation download(const std::string& name, const preparation& prepare, Call cal
                    std::vector<expectation> control, std::vector<expectation> data = {})
 {
     auto result = in_working_folder(name, prepare, call, std::move(control), std::move(data));
-    result.effect = changes_and_local_file;
+    result.effect = changes_and_local_files;
     return result;
 }
 
@@ -231,8 +207,8 @@ std::vector<operation> core_operations()
             {{"idle",
               {"220 Ready./331 Password, please./230 Logged in./257 \"/home/u\" is the working "
                "folder./250 Moved./250 Moved./250 Moved./250 Moved./215 UNIX Type: L8/"},
-              {""}},
-             {"in SYST", {""}},
+              {"an empty text"}},
+             {"in SYST", {"an empty text"}},
              {"answered", {"215 UNIX Type: L8/"}}}),
         in_working_folder(
             "cd", remote_folder("a"),
@@ -247,29 +223,30 @@ std::vector<operation> core_operations()
               {no_pwd + " at ftp://host//home/u/w/a/"}},
              {"in PWD", {no_pwd + " at ftp://host//home/u/w/a/"}},
              {"answered", {"/home/u/w/a at ftp://host//home/u/w/a/"}}}),
-        in_working_folder(
-            "unsafe_cd", remote_folder("a"),
-            [](curl_ptr& h, place& here) { return core::unsafe_cd(h, here.url("/home/u/w/a")); },
-            {{"idle",
-              {"0 at ftp://host//home/u/w/a/"},
-              {"55 at ftp://host//home/u/w/a/", "56 at ftp://host//home/u/w/a/"}},
-             {"in CWD /",
-              {"56 at ftp://host//home/u/w/a/"},
-              {"55 at ftp://host//home/u/w/a/", "56 at ftp://host//home/u/w/a/"}},
-             {"answered", {"0 at ftp://host//home/u/w/a/"}}}),
+        in_working_folder("unsafe_cd", remote_folder("a"),
+                          [](curl_ptr& h, place& here) {
+                              return static_cast<long>(core::unsafe_cd(h, here.url("/home/u/w/a")));
+                          },
+                          {{"idle",
+                            {"0 at ftp://host//home/u/w/a/"},
+                            {"55 at ftp://host//home/u/w/a/", "56 at ftp://host//home/u/w/a/"}},
+                           {"in CWD /",
+                            {"56 at ftp://host//home/u/w/a/"},
+                            {"55 at ftp://host//home/u/w/a/", "56 at ftp://host//home/u/w/a/"}},
+                           {"answered", {"0 at ftp://host//home/u/w/a/"}}}),
         in_working_folder("is_folder", remote_folder("a"),
                           [](curl_ptr& h, place&) { return core::is_folder(h, "a"); },
-                          {{"idle", {"true"}, {"false"}},
-                           {"in CWD /", {"false"}},
+                          {{"idle", {"yes"}, {"no"}},
+                           {"in CWD /", {"no"}},
                            // A folder that was entered but not asked for its name is not left.
                            {"before PWD",
-                            {"true", "false at ftp://host//home/u/w/a/"},
-                            {"false at ftp://host//home/u/w/a/"}},
-                           {"in PWD", {"false at ftp://host//home/u/w/a/"}},
-                           {"before CWD /", {"true"}}}),
+                            {"yes", "no at ftp://host//home/u/w/a/"},
+                            {"no at ftp://host//home/u/w/a/"}},
+                           {"in PWD", {"no at ftp://host//home/u/w/a/"}},
+                           {"before CWD /", {"yes"}}}),
         in_working_folder("is_folder_of_nothing", nothing,
                           [](curl_ptr& h, place&) { return core::is_folder(h, "a"); },
-                          {{"idle", {"false"}}}),
+                          {{"idle", {"no"}}}),
         in_working_folder("create_folder", nothing,
                           [](curl_ptr& h, place&) { core::create_folder(h, "new"); },
                           // Made anew, the connection begins in the login folder.
@@ -370,11 +347,17 @@ std::vector<operation> core_operations()
                            {"RNTO g unanswered", {"done -> w/g=x"}}}),
         in_working_folder("is_file", remote_file("f", "x"),
                           [](curl_ptr& h, place&) { return core::is_file(h, u"f"); },
-                          {{"idle", {"true"}, {"FTPError 55", "FTPError 56"}},
+                          {{"idle", {"yes"}, {"FTPError 55", "FTPError 56"}},
                            {"in statvfs \"f\"", {"FTPError 56"}},
-                           {"no greeting", {"true"}},
-                           {"answered", {"true"}, {"false"}}}),
+                           {"no greeting", {"yes"}},
+                           {"answered", {"yes"}, {"no"}}}),
     };
+}
+
+std::vector<operation> core_operations_in_active_mode()
+{
+    // The data connection is there before the transfer is announced, and may end with it.
+    return in_active_mode(core_operations(), {{"STOR f unanswered", {"UploadFailed local"}}});
 }
 
 } // namespace tarnix::test

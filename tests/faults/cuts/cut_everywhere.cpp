@@ -1,22 +1,21 @@
 #include "cut_everywhere.hpp"
 
+#include "at_once.hpp"
+#include "cut_count.hpp"
 #include "cut_points.hpp"
+#include "failed_points.hpp"
+#include "run_report.hpp"
 
 #include <boost/algorithm/string/replace.hpp>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <atomic>
 #include <chrono>
 #include <cstdlib>
-#include <filesystem>
-#include <functional>
-#include <iostream>
-#include <iterator>
 #include <map>
+#include <optional>
 #include <sstream>
-#include <thread>
 
 namespace tarnix::test {
 
@@ -27,46 +26,6 @@ using channel = cutting_gate::channel;
 using direction = cutting_gate::direction;
 using breaking = cutting_gate::breaking;
 
-constexpr auto longest_run = 20s;
-
-/// Prints at the end of the program how much was done.
-class count : public testing::Environment {
-public:
-    void add(std::size_t cuts) { cuts_ += cuts; }
-    void TearDown() override { std::cout << "counted: " << cuts_ << " connections cut\n"; }
-
-private:
-    std::size_t cuts_ = 0;
-};
-
-count& the_count()
-{
-    static auto* const one = [] {
-        auto* const environment = new count; // owned by the test framework
-        testing::AddGlobalTestEnvironment(environment);
-        return environment;
-    }();
-    return *one;
-}
-
-[[maybe_unused]] const auto& count_at_load = the_count();
-
-/// What a run gave, and what was wrong with it whatever the operation.
-struct report {
-    std::string outcome;
-    std::map<std::string, std::string> options;
-    std::vector<cutting_gate::passage> passed;
-    std::vector<std::string> faults;
-    /// The first use of the client afterwards failed.
-    bool recovers_late = false;
-};
-
-std::ptrdiff_t open_descriptors()
-{
-    return std::distance(std::filesystem::directory_iterator("/proc/self/fd"),
-                         std::filesystem::directory_iterator());
-}
-
 /// Without what differs from run to run.
 std::string in_general(const std::string& text, const cutting_gate& gate)
 {
@@ -75,26 +34,10 @@ std::string in_general(const std::string& text, const cutting_gate& gate)
                             std::to_string(gate.port()), "port");
 }
 
-void recover(const operation& what, place& here, report& result)
-{
-    try {
-        what.recover(here);
-        return;
-    } catch (const std::exception&) {
-        result.recovers_late = true;
-    }
-    try {
-        what.recover(here);
-    } catch (const std::exception& error) {
-        result.faults.push_back(std::string("the client is unusable afterwards: ") + error.what());
-    }
-}
-
 void run_in_place(const operation& what, const std::optional<cutting_gate::cut>& there,
-                  report& result)
+                  run_report& result)
 {
-    const auto fault = [&](const std::string& text) { result.faults.push_back(text); };
-    place here;
+    place here(what.mode);
     what.prepare(here);
     if (what.start)
         what.start(here);
@@ -103,46 +46,29 @@ void run_in_place(const operation& what, const std::optional<cutting_gate::cut>&
     for (const auto& warning : here.warnings)
         result.outcome += ", warned " + warning;
     if (there && !here.gate.has_cut_within(2s))
-        fault("the cut never came");
+        result.add_fault("the cut never came");
     result.passed = there ? here.gate.passed_before_cut() : here.gate.passed();
     result.options = here.option_values();
-    recover(what, here, result);
+    result.recover([&] { what.recover(here); });
     here.session.reset();
     here.handle.reset();
     if (!here.gate.is_quiet_within(longest_run))
-        fault("a connection stays open");
+        result.add_fault("a connection stays open");
     result.outcome += what.effect(here);
     for (const auto& text : here.gate.faults())
-        fault("in the gate: " + text);
+        result.add_fault("in the gate: " + text);
     for (const auto& text : here.server.faults())
-        fault("in the server: " + text);
+        result.add_fault("in the server: " + text);
 }
 
-report run(const operation& what, const std::optional<cutting_gate::cut>& there = std::nullopt)
+run_report run(const operation& what, const std::optional<cutting_gate::cut>& there = std::nullopt)
 {
-    report result;
-    const auto start = std::chrono::steady_clock::now();
-    run_in_place(what, there, result);
-    if (std::chrono::steady_clock::now() - start > longest_run)
-        result.faults.emplace_back("it took too long");
+    run_report result;
+    result.in_time([&] { run_in_place(what, there, result); });
     return result;
 }
 
-/// Calls `job` with each number below `count`, in many threads: most runs wait most of the time,
-/// because libcurl sleeps for a second on many data connections.
-void do_at_once(std::size_t count, const std::function<void(std::size_t)>& job)
-{
-    constexpr std::size_t most_at_once = 36;
-    std::atomic<std::size_t> next = 0;
-    std::vector<std::jthread> workers;
-    while (workers.size() < std::min(most_at_once, count))
-        workers.emplace_back([&] {
-            for (auto i = next++; i < count; i = next++)
-                job(i);
-        });
-}
-
-std::string commands_of(const report& one)
+std::string commands_of(const run_report& one)
 {
     std::string commands;
     for (const auto& piece : one.passed)
@@ -153,9 +79,9 @@ std::string commands_of(const report& one)
 
 /// libcurl does not always say the same: after some refusals it walks to a folder again, or not.
 /// The run in which it said least.
-report shortest_run(const operation& what)
+run_report shortest_run(const operation& what)
 {
-    std::vector<report> runs(12);
+    std::vector<run_report> runs(12);
     do_at_once(runs.size(), [&](std::size_t i) { runs[i] = run(what); });
     return *std::min_element(runs.begin(), runs.end(), [](const auto& one, const auto& other) {
         return commands_of(one).size() < commands_of(other).size();
@@ -163,7 +89,8 @@ report shortest_run(const operation& what)
 }
 
 /// A run cut there, in a conversation that is the recorded one up to the cut.
-report run_like(const report& recorded, const operation& what, const cutting_gate::cut& there)
+run_report run_like(const run_report& recorded, const operation& what,
+                    const cutting_gate::cut& there)
 {
     constexpr int most_attempts = 40;
     for (int attempt = 1;; ++attempt) {
@@ -230,41 +157,6 @@ std::string difference(const std::map<std::string, std::string>& wanted,
     return text.str();
 }
 
-/// As in " 0-3 7".
-std::string ranges(const std::vector<std::size_t>& numbers)
-{
-    std::ostringstream text;
-    for (auto first = numbers.begin(); first != numbers.end();) {
-        auto last = first;
-        while (last + 1 != numbers.end() && *(last + 1) == *last + 1)
-            ++last;
-        text << ' ' << *first;
-        if (last != first)
-            text << '-' << *last;
-        first = last + 1;
-    }
-    return text.str();
-}
-
-/// The same failure at many points is one message.
-class failures {
-public:
-    void add(const std::string& text, const cut_point& point, breaking how)
-    {
-        const auto* ending = how == breaking::closed ? ", closed: " : ", reset: ";
-        points_[point.label + ending + text].push_back(point.after);
-    }
-
-    void report_all(const std::string& title) const
-    {
-        for (const auto& [text, points] : points_)
-            ADD_FAILURE() << title << ": " << text << "\n  after byte" << ranges(points);
-    }
-
-private:
-    std::map<std::string, std::vector<std::size_t>> points_;
-};
-
 struct planned_cut {
     cut_point point;
     breaking how;
@@ -300,14 +192,7 @@ std::vector<cut_case> cases_of(const std::vector<operation>& operations)
 
 std::string name_of(const cut_case& one)
 {
-    switch (one.which) {
-    case cut_bytes::commands:
-        return one.what.name + "_commands";
-    case cut_bytes::replies:
-        return one.what.name + "_replies";
-    default:
-        return one.what.name + "_data";
-    }
+    return one.what.name + '_' + name_of(one.which);
 }
 
 std::ostream& operator<<(std::ostream& out, const cut_case& one)
@@ -329,15 +214,17 @@ void cut_everywhere(const cut_case& one)
         cuts.push_back({point, breaking::closed});
     for (std::size_t i = 0; i < points.size(); i += reset_stride())
         cuts.push_back({points[i], breaking::reset});
-    std::vector<report> found(cuts.size());
+    std::vector<run_report> found(cuts.size());
     do_at_once(cuts.size(),
                [&](std::size_t i) { found[i] = run_like(uncut, one.what, cuts[i].in_gate()); });
-    the_count().add(cuts.size());
-    failures failed;
+    count_cuts(cuts.size(), one.what.mode == data_mode::active ? "connections cut in active mode"
+                                                               : "connections cut");
+    failed_points failed;
     for (std::size_t i = 0; i < cuts.size(); ++i) {
         const auto& [point, how] = cuts[i];
         const auto fail = [&failed, &there = cuts[i]](const std::string& text) {
-            failed.add(text, there.point, there.how);
+            failed.add(there.point.label + (there.how == breaking::closed ? ", closed" : ", reset"),
+                       text, there.point.after);
         };
         for (const auto& fault : found[i].faults)
             fail(fault);

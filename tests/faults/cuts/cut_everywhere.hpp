@@ -1,15 +1,12 @@
 #pragma once
 
+#include "cut_bytes.hpp"
 #include "operation.hpp"
-
-#include <support/cutting_gate.hpp>
 
 #include <string>
 #include <vector>
 
 namespace tarnix::test {
-
-enum class cut_bytes { commands, replies, data };
 
 /// An operation and the bytes after which its connections are cut.
 struct cut_case {

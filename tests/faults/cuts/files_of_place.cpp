@@ -1,7 +1,5 @@
 #include "files_of_place.hpp"
 
-#include <boost/algorithm/string/erase.hpp>
-
 namespace tarnix::test {
 
 namespace {
@@ -22,18 +20,6 @@ std::string files_in(const file_tree& tree, const std::string& folder)
 
 } // namespace
 
-const std::string the_text = "one\ntwo\n";
-
-std::string content_of(const std::string& bytes)
-{
-    const auto arrived = boost::algorithm::erase_all_copy(bytes, "\r");
-    if (arrived == the_text)
-        return "whole";
-    if (arrived.empty())
-        return "empty";
-    return the_text.starts_with(arrived) ? "part" : bytes;
-}
-
 std::string server_changes(place& here)
 {
     const auto now = files_in(here.server.tree(), place::login_folder);
@@ -44,7 +30,12 @@ std::string server_changes(place& here)
 
 std::filesystem::path local_file(const place& here)
 {
-    return here.local / "local";
+    return local_file_in(here.local.path());
+}
+
+std::string changes_and_local_files(place& here)
+{
+    return server_changes(here) + local_files(here.local.path());
 }
 
 void nothing(place&) {}

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "contents.hpp"
 #include "place.hpp"
 
 #include <filesystem>
@@ -8,18 +9,15 @@
 
 namespace tarnix::test {
 
-/// What the transfers move.
-extern const std::string the_text;
-
-/// "whole", "part" or "empty", as much of the text as there is; any other content as it is.
-std::string content_of(const std::string& bytes);
-
 /// All that is below the login folder on the server, without the working folder itself; empty when
 /// that is what there was before.
 std::string server_changes(place& here);
 
 /// The local file of the transfers.
 std::filesystem::path local_file(const place& here);
+
+/// What has become of the files on both sides.
+std::string changes_and_local_files(place& here);
 
 // What there is at the start, in the working folder.
 

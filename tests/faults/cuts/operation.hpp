@@ -33,6 +33,7 @@ struct operation {
     std::function<std::string(place&)> effect;
     std::vector<expectation> control;
     std::vector<expectation> data{};
+    data_mode mode = data_mode::passive;
 };
 
 inline std::ostream& operator<<(std::ostream& out, const operation& what)

@@ -10,9 +10,11 @@ thread_local place* place_of_this_thread = nullptr;
 
 } // namespace
 
-place::place()
+place::place(data_mode wanted) : mode(wanted)
 {
     place_of_this_thread = this;
+    // As most servers do; from others libcurl 7.88 now and then does not take the connection.
+    server.connect_data_early();
 }
 
 place::~place()
@@ -28,8 +30,9 @@ void place::note_warning(const resource_core::BaseMsgID& message)
 
 void place::connect_handle()
 {
-    io::ftp::core::connect(*handle, server_url(), "u", "secret", gate.port(), "passive", "none",
-                           false, "", true, true, 0, 0);
+    io::ftp::core::connect(*handle, server_url(), "u", "secret", gate.port(),
+                           mode == data_mode::active ? "active" : "passive", "none", false, "",
+                           true, true, 0, 0);
 }
 
 void place::connect_session()
@@ -41,6 +44,7 @@ void place::connect_session()
     ftp::session_options wanted;
     wanted.user = "u";
     wanted.password = "secret";
+    wanted.active_mode = mode == data_mode::active;
     // No wait here needs more; a wait for a reply that never comes shall not look like a hang.
     wanted.reply_timeout = std::chrono::seconds(5);
     wanted.connect_timeout = std::chrono::seconds(5);

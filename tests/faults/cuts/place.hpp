@@ -16,17 +16,21 @@
 
 namespace tarnix::test {
 
+/// Who makes the connections for data.
+enum class data_mode { passive, active };
+
 /// Where one run takes place: a server of its own, the gate before it, a client and its files. One
 /// in a thread.
 struct place {
     static constexpr auto login_folder = "/home/u";
     static constexpr auto working_folder = "/home/u/w";
 
-    place();
+    explicit place(data_mode mode = data_mode::passive);
     ~place();
     place(const place&) = delete;
     place& operator=(const place&) = delete;
 
+    const data_mode mode;
     option_recorder options{option_recorder::requests::real};
     scripted_server server{login_folder, new_loopback()};
     cutting_gate gate{server.address(), server.port()};

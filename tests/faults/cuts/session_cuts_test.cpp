@@ -31,5 +31,9 @@ INSTANTIATE_TEST_SUITE_P(Operations, SessionCutsTest,
                          testing::ValuesIn(cases_of(session_operations())),
                          [](const auto& row) { return name_of(row.param); });
 
+INSTANTIATE_TEST_SUITE_P(ActiveMode, SessionCutsTest,
+                         testing::ValuesIn(cases_of(session_operations_in_active_mode())),
+                         [](const auto& row) { return name_of(row.param); });
+
 } // namespace
 } // namespace tarnix::test

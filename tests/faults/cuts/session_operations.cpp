@@ -1,78 +1,15 @@
 #include "session_operations.hpp"
 
+#include "active_mode.hpp"
 #include "files_of_place.hpp"
-
-#include <tarnix/ftp/errors.hpp>
-
-#include <boost/algorithm/string/join.hpp>
+#include "said.hpp"
 
 #include <stdexcept>
-#include <type_traits>
 #include <utility>
 
 namespace tarnix::test {
 
 namespace {
-
-std::string name_of(ftp::failure_kind kind)
-{
-    switch (kind) {
-    case ftp::failure_kind::connection:
-        return "connection";
-    case ftp::failure_kind::security:
-        return "security";
-    case ftp::failure_kind::login:
-        return "login";
-    case ftp::failure_kind::not_found:
-        return "not_found";
-    case ftp::failure_kind::permission:
-        return "permission";
-    case ftp::failure_kind::conflict:
-        return "conflict";
-    case ftp::failure_kind::transfer:
-        return "transfer";
-    case ftp::failure_kind::local_file:
-        return "local_file";
-    case ftp::failure_kind::cancelled:
-        return "cancelled";
-    }
-    return "unknown";
-}
-
-std::string text_of(bool value)
-{
-    return value ? "yes" : "no";
-}
-
-std::string text_of(const std::string& value)
-{
-    return value.empty() ? "an empty text" : value;
-}
-
-std::string text_of(const std::vector<std::string>& names)
-{
-    return names.empty() ? "no names" : boost::algorithm::join(names, ",");
-}
-
-/// The value of an operation, or the kind of its failure.
-template <typename Call>
-std::string said_by(Call call)
-{
-    try {
-        if constexpr (std::is_void_v<decltype(call())>) {
-            call();
-            return "done";
-        } else {
-            return text_of(call());
-        }
-    } catch (const ftp::failure& failure) {
-        // "cannot do this: for that reason"
-        const std::string text = failure.what();
-        const auto reason = text.find(": ");
-        const auto is_clear = text.starts_with("cannot ") && reason + 2 < text.size();
-        return name_of(failure.kind()) + (is_clear ? "" : ": " + text);
-    }
-}
 
 void start_session(place& here)
 {
@@ -93,15 +30,6 @@ void use_session(place& here)
         throw std::runtime_error("wrong names in " + folder);
 }
 
-std::string part_of(const std::string& listing, const std::string& arrived)
-{
-    if (arrived == listing)
-        return "the listing";
-    if (arrived.empty())
-        return "no listing";
-    return listing.starts_with(arrived) ? "a part of the listing" : arrived;
-}
-
 template <typename Call>
 operation in_session(const std::string& name, const preparation& prepare, Call call,
                      std::vector<expectation> control, std::vector<expectation> data = {})
@@ -110,7 +38,7 @@ operation in_session(const std::string& name, const preparation& prepare, Call c
             prepared(prepare),
             start_session,
             [call](place& here) {
-                auto said = said_by([&] { return call(*here.session, here); });
+                auto said = said_by_session([&] { return call(*here.session, here); });
                 const auto folder = here.session->working_folder();
                 return folder == place::working_folder ? said : said + " in " + folder;
             },
@@ -120,25 +48,12 @@ operation in_session(const std::string& name, const preparation& prepare, Call c
             std::move(data)};
 }
 
-std::string changes_and_local_file(place& here)
-{
-    const auto file = local_file(here);
-    std::string others;
-    for (const auto& entry : std::filesystem::directory_iterator(here.local.path()))
-        if (entry.path() != file)
-            others += " and " + entry.path().filename().string();
-    return server_changes(here) +
-           (std::filesystem::exists(file) ? ", local " + content_of(read_bytes(file))
-                                          : ", no local file") +
-           others;
-}
-
 template <typename Call>
 operation download(const std::string& name, const preparation& prepare, Call call,
                    std::vector<expectation> control, std::vector<expectation> data = {})
 {
     auto result = in_session(name, prepare, call, std::move(control), std::move(data));
-    result.effect = changes_and_local_file;
+    result.effect = changes_and_local_files;
     return result;
 }
 
@@ -204,7 +119,7 @@ std::vector<operation> session_operations()
         {"connect",
          prepared(nothing),
          nullptr,
-         [](place& here) { return said_by([&] { here.connect_session(); }); },
+         [](place& here) { return said_by_session([&] { here.connect_session(); }); },
          use_session,
          server_changes,
          {{"idle", lost},
@@ -219,8 +134,8 @@ std::vector<operation> session_operations()
             looking("CWD /", "done in /home/u/w/a")),
         in_session(
             "change_folder_to_nothing", remote_file("ab", "x"),
-            [](session& s, place&) { s.change_folder("a"); }, looking("CWD /", "not_found"),
-            looking_at_listing("not_found")),
+            [](session& s, place&) { s.change_folder("a"); }, looking("CWD /", "not found"),
+            looking_at_listing("not found")),
         // No one can tell a listing that ends with a line from a whole one.
         in_session("list", remote_file("ab", "x"),
                    [](session& s, place&) {
@@ -272,7 +187,7 @@ std::vector<operation> session_operations()
         in_session(
             "remove_file_refused", remote_file("ab", "x"),
             [](session& s, place&) { s.remove_file("f"); },
-            refused("DELE /home/u/w/f", "not_found"), looking_at_listing("not_found")),
+            refused("DELE /home/u/w/f", "not found"), looking_at_listing("not found")),
         in_session("rename", remote_file("f", "x"), [](session& s, place&) { s.rename("f", "g"); },
                    {{"idle", {renamed}, lost},
                     {"in TYPE I", {renamed, "connection"}},
@@ -347,12 +262,22 @@ std::vector<operation> session_operations()
         download(
             "download_nothing", remote_file("ab", "x"),
             [](session& s, place& here) { s.download("f", local_file(here)); },
-            looking("EPSV", "not_found", none), looking_at_listing("not_found", none)),
+            looking("EPSV", "not found", none), looking_at_listing("not found", none)),
         in_session("system_type", nothing, [](session& s, place&) { return s.system_type(); },
                    {{"idle", {"UNIX Type: L8"}, lost},
                     {"in SYST", lost},
                     {"answered", {"UNIX Type: L8"}}}),
     };
+}
+
+std::vector<operation> session_operations_in_active_mode()
+{
+    // The data connection is there before the transfer is announced, and may end with it.
+    return in_active_mode(session_operations(),
+                          {{"STOR f unanswered", {"connection"}},
+                           {"STOR f data refused", {}, {"transfer"}},
+                           {"LIST data refused", {}, {"transfer"}},
+                           {"NLST data refused", {}, {"transfer", "transfer, no local file"}}});
 }
 
 } // namespace tarnix::test

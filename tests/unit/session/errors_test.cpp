@@ -92,7 +92,7 @@ TEST(FailureKindTest, of_libcurls_codes)
                                      pair{CURLE_REMOTE_FILE_NOT_FOUND, failure_kind::not_found},
                                      pair{CURLE_REMOTE_ACCESS_DENIED, failure_kind::permission},
                                      pair{CURLE_PARTIAL_FILE, failure_kind::transfer}})
-        EXPECT_EQ(kind_of(code), kind) << code;
+        EXPECT_EQ(kind_of(code, ""), kind) << code;
 }
 
 } // namespace

@@ -51,6 +51,16 @@ TEST(FirstRequestTest, a_connection_that_breaks_is_no_refusal)
     EXPECT_EQ(kind_of_first(CURLE_PEER_FAILED_VERIFICATION, ""), failure_kind::security);
 }
 
+TEST(RequestTest, a_connection_that_breaks_while_it_is_secured_is_no_refusal)
+{
+    for (const auto* text : {"OpenSSL SSL_connect: SSL_ERROR_SYSCALL", "unexpected eof",
+                             "Recv failure: Connection reset by peer", "Send failure: Broken pipe"})
+        EXPECT_EQ(kind_of(CURLE_SSL_CONNECT_ERROR, text), failure_kind::connection) << text;
+    EXPECT_EQ(kind_of(CURLE_SSL_CONNECT_ERROR, "error:0A000410:sslv3 alert handshake failure"),
+              failure_kind::security);
+    EXPECT_EQ(kind_of(CURLE_REMOTE_ACCESS_DENIED, "Recv failure"), failure_kind::permission);
+}
+
 TEST(DecisiveRefusalTest, a_lost_connection_outdoes_it)
 {
     replies server;
