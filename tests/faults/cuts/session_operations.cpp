@@ -277,6 +277,7 @@ std::vector<operation> session_operations_in_active_mode()
         session_operations(),
         {{"STOR f unanswered", {"connection"}},
          {"STOR f data refused", {}, {"transfer"}},
+         {"STOR f data none", {}, {"transfer"}},
          {"RETR f data refused", {}, {"transfer, no local file", "transfer, local before"}},
          {"LIST data refused", {}, {"transfer"}},
          {"NLST data refused", {}, {"transfer", "transfer, no local file"}}});
