@@ -357,7 +357,10 @@ std::vector<operation> core_operations()
 std::vector<operation> core_operations_in_active_mode()
 {
     // The data connection is there before the transfer is announced, and may end with it.
-    return in_active_mode(core_operations(), {{"STOR f unanswered", {"UploadFailed local"}}});
+    return in_active_mode(
+        core_operations(),
+        {{"STOR f unanswered", {"UploadFailed local"}},
+         {"RETR f data refused", {}, {"FTPError 425, local empty", "FTPError 426, local empty"}}});
 }
 
 } // namespace tarnix::test

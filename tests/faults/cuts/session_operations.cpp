@@ -273,11 +273,14 @@ std::vector<operation> session_operations()
 std::vector<operation> session_operations_in_active_mode()
 {
     // The data connection is there before the transfer is announced, and may end with it.
-    return in_active_mode(session_operations(),
-                          {{"STOR f unanswered", {"connection"}},
-                           {"STOR f data refused", {}, {"transfer"}},
-                           {"LIST data refused", {}, {"transfer"}},
-                           {"NLST data refused", {}, {"transfer", "transfer, no local file"}}});
+    return in_active_mode(
+        session_operations(),
+        {{"STOR f unanswered", {"connection"}},
+         {"STOR f data refused", {}, {"transfer"}},
+         {"STOR f data none", {}, {"transfer"}},
+         {"RETR f data refused", {}, {"transfer, no local file", "transfer, local before"}},
+         {"LIST data refused", {}, {"transfer"}},
+         {"NLST data refused", {}, {"transfer", "transfer, no local file"}}});
 }
 
 } // namespace tarnix::test
