@@ -190,6 +190,9 @@ replies session::state::run(const std::string& what, Operation operation, Explai
         if (link.watching().has_stalled())
             std::throw_with_nested(
                 failure(failure_kind::connection, what + ": the server does not answer any more"));
+        // What libcurl has not read of a transfer that failed would answer what is asked next.
+        if (link.is_secured_by_tls())
+            link.close();
         const auto found = explain(server.heard());
         std::throw_with_nested(failure(found.kind, what + ": " + found.reason));
     }
@@ -391,6 +394,10 @@ void session::download(const std::string& remote, const std::filesystem::path& l
         state_->run(
             what,
             [&](core::curl_ptr& handle) {
+                // libcurl that has no memory for the file's name fetches a listing of its folder,
+                // with this command, which every server refuses.
+                core::scoped_request unnamed(handle);
+                unnamed.setopt(CURLOPT_CUSTOMREQUEST, "RETR", nullptr);
                 core::receive_file(handle, remote_name, local_name, mode == transfer_mode::text);
             },
             [&](const replies& server) {
