@@ -26,6 +26,8 @@ std::string_view function_at(const void* address) noexcept
     return offset <= symbol.st_size ? info.dli_sname : std::string_view();
 }
 
+} // namespace
+
 std::string_view library_at(const void* address) noexcept
 {
     Dl_info info{};
@@ -34,8 +36,6 @@ std::string_view library_at(const void* address) noexcept
     const std::string_view path = info.dli_fname;
     return path.substr(path.rfind('/') + 1);
 }
-
-} // namespace
 
 void call_stack::capture() noexcept
 {

@@ -5,6 +5,9 @@
 
 namespace tarnix::test {
 
+/// The file name of the library, or the program, that holds `address`.
+std::string_view library_at(const void* address) noexcept;
+
 /// The functions that are running, innermost first. Capturing needs no memory, once it has been
 /// done before.
 class call_stack {
