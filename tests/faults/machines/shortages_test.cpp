@@ -16,6 +16,8 @@ using namespace tarnix::test;
 
 const std::string internal = "identifier TARNIX:io:ftp:ftp:InternalError";
 const std::string lost = "failure 0 ";
+// To a command without the name that libcurl had no memory for.
+const std::string refused = "failure 4 ";
 const std::string no_transfer = "failure 6 ";
 const std::string ftp = "identifier TARNIX:io:ftp:ftp:";
 const std::string no_handle = "identifier TARNIX:io:ftp:curl:CurlHandleInitializationFailure";
@@ -49,7 +51,7 @@ std::vector<expectation> expectations()
         {"session_mkdir", {internal, lost, no_transfer}},
         {"session_rmdir", {internal, lost, no_transfer}},
         {"session_put", {internal, ftp + "NotFound", lost, no_transfer}},
-        {"session_get", {internal, lost, no_transfer, local}},
+        {"session_get", {internal, lost, refused, no_transfer, local}},
         {"session_delete", {internal, lost, no_transfer}},
         {"session_rename", {internal, lost, no_transfer}},
         {"session_syst", {lost}},
