@@ -14,6 +14,7 @@
 
 #include <exception>
 #include <iostream>
+#include <new>
 #include <optional>
 #include <string>
 
@@ -21,8 +22,12 @@ namespace tarnix::cli {
 
 namespace {
 
+constexpr auto no_memory = "out of memory";
+
 std::string text_of(const std::exception& error)
 {
+    if (dynamic_cast<const std::bad_alloc*>(&error))
+        return no_memory;
     if (const auto* identified =
             dynamic_cast<const foundation::core::except::IMsgIDException*>(&error))
         return host::message_text(identified->message_id());
@@ -36,8 +41,14 @@ std::string text_of(const std::exception& error)
 exit_code report(const std::exception& error)
 {
     const auto* output = dynamic_cast<const output_error*>(&error);
-    if (!interrupted() && !(output && output->reader_has_gone()))
-        write_message(text_of(error));
+    if (!interrupted() && !(output && output->reader_has_gone())) {
+        try {
+            write_message(text_of(error));
+        } catch (const std::exception&) {
+            // There was no memory for the text.
+            write_message(no_memory);
+        }
+    }
     return exit_code_of(error);
 }
 

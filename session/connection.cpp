@@ -1,5 +1,6 @@
 #include "connection.hpp"
 
+#include "callbacks.hpp"
 #include "libcurl_version.hpp"
 #include "paths.hpp"
 #include "replies.hpp"
@@ -14,6 +15,7 @@
 #include <exception>
 #include <new>
 #include <optional>
+#include <string_view>
 
 namespace tarnix::ftp {
 
@@ -22,11 +24,6 @@ namespace core = tarnix::io::ftp::core;
 namespace {
 
 constexpr std::chrono::seconds longest_farewell{5};
-
-std::size_t discard(char*, std::size_t size, std::size_t count, void*) noexcept
-{
-    return size * count;
-}
 
 /// A text that libcurl does not take is as if it had never been set: no user, no proxy instead of
 /// none at all, no file of known host keys. So, unlike the library, this looks at the answer.
@@ -82,8 +79,26 @@ connection::connection(const settings& wanted)
     if (libcurl_is_before(8, 10))
         core::set_option(handle_, CURLOPT_HAPPY_EYEBALLS_TIMEOUT_MS, 1LL);
     login_folder_ = absolute_path("/", undouble_quotes(enter_login_folder(wanted)));
+    if (wanted.is_sftp() && has_missed_login_folder())
+        throw failure(failure_kind::connection, "cannot connect to " + server_name(wanted) +
+                                                    ": the login folder cannot be entered");
     // The library's connect has set these anew, and has not seen whether it could.
     set_login(wanted);
+}
+
+/// As the farewell does: over FTP there may be a reply that nobody has asked for any more, which
+/// libcurl must not meet in a request that sends nothing.
+void connection::close()
+{
+    const core::slist first{"*NOOP"};
+    const auto is_ftp = core::current_remote_url(handle_).starts_with("ftp://");
+    core::scoped_request(handle_)
+        .setopt(CURLOPT_OPENSOCKETFUNCTION, reinterpret_cast<void (*)()>(&refuse_socket), nullptr)
+        .setopt(CURLOPT_QUOTE, is_ftp ? first.get() : nullptr, nullptr)
+        .setopt(CURLOPT_FORBID_REUSE, 1, 0)
+        .setopt(CURLOPT_WRITEFUNCTION, &discard, nullptr)
+        .setopt(CURLOPT_NOBODY, 1, 0)
+        .perform();
 }
 
 /// What the library's connect has no parameter for, and what the first request needs: the same
@@ -229,6 +244,15 @@ std::string connection::enter_login_folder(const settings& wanted)
         std::throw_with_nested(failure(failure_kind::connection,
                                        "cannot connect to " + server + ": " + reason_for(kind)));
     }
+}
+
+/// The library goes to the root, with no more than a warning, when libcurl has no memory for the
+/// URL of the login folder.
+bool connection::has_missed_login_folder() const
+{
+    const char* entered = nullptr;
+    curl_easy_getinfo(handle_.get(), CURLINFO_FTP_ENTRY_PATH, &entered);
+    return login_folder_ == "/" && entered && std::string_view(entered) != login_folder_;
 }
 
 /// Over the connection that is there. Always to the login folder: the library's connect goes

@@ -21,6 +21,9 @@ public:
     io::ftp::core::curl_ptr& handle() { return handle_; }
     watch& watching() { return watch_; }
 
+    /// What is asked next makes a new connection. Makes none where none is open.
+    void close();
+
     /// FTP over TLS.
     bool is_secured_by_tls() const { return is_secured_by_tls_; }
 
@@ -38,6 +41,7 @@ private:
     void raise_if_ended(const std::string& server) const;
     std::string enter_login_folder(const settings& wanted);
     std::string connect_core(const settings& wanted);
+    bool has_missed_login_folder() const;
 
     host_key_judge host_key_;
     watch watch_;

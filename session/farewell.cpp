@@ -1,22 +1,10 @@
 #include "farewell.hpp"
 
+#include "callbacks.hpp"
+
 namespace tarnix::ftp {
 
 namespace core = tarnix::io::ftp::core;
-
-namespace {
-
-std::size_t discard(char*, std::size_t size, std::size_t count, void*) noexcept
-{
-    return size * count;
-}
-
-curl_socket_t refuse(void*, curlsocktype, curl_sockaddr*) noexcept
-{
-    return CURL_SOCKET_BAD;
-}
-
-} // namespace
 
 farewell::farewell(core::curl_ptr& handle, std::chrono::seconds patience, const std::string& host,
                    long port)
@@ -35,7 +23,7 @@ farewell::~farewell()
 {
     try {
         core::set_option(handle_, CURLOPT_OPENSOCKETFUNCTION,
-                         reinterpret_cast<void (*)()>(&refuse));
+                         reinterpret_cast<void (*)()>(&refuse_socket));
         core::set_option(handle_, CURLOPT_WRITEFUNCTION, reinterpret_cast<void (*)()>(&discard));
         core::set_option(handle_, CURLOPT_RESOLVE, address_.get());
         core::set_option(handle_, CURLOPT_FORBID_REUSE, 1LL);

@@ -2,7 +2,7 @@
 
 #include <boost/algorithm/string/replace.hpp>
 
-#include <sstream>
+#include <algorithm>
 #include <string_view>
 
 namespace tarnix::ftp {
@@ -11,14 +11,16 @@ namespace {
 
 constexpr auto root = "/";
 
-void append_segments(std::string& folder, const std::string& path)
+/// Without a stream, which takes a lack of memory for the end of the path: it would become another.
+void append_segments(std::string& folder, std::string_view path)
 {
-    std::istringstream segments(path);
-    for (std::string segment; std::getline(segments, segment, '/');) {
+    while (!path.empty()) {
+        const auto segment = path.substr(0, path.find('/'));
+        path.remove_prefix(std::min(segment.size() + 1, path.size()));
         if (segment.empty() || segment == ".")
             continue;
         if (segment != "..")
-            folder += '/' + segment;
+            folder.append(root).append(segment);
         else if (!folder.empty())
             folder.erase(folder.rfind('/'));
     }

@@ -93,6 +93,12 @@ answer remote_view::ask(const std::string& url, question what)
             given.error = "the connection was lost";
         }
     }
+    if (is_stuck(given)) {
+        link_.close();
+        given = once();
+    }
+    if (may_be_out_of_step(given))
+        link_.close();
     // What `replies::close_after_refusal` speaks of: the answer was the refusal of the transfer, or
     // one to another command.
     if (given.code == CURLE_FTP_WEIRD_PASV_REPLY && given.server.refusal()) {
@@ -109,6 +115,23 @@ bool remote_view::is_lost(const answer& given) const
 {
     // The request that brought the session back finds out.
     return is_sftp_ && given.code != CURLE_OK && has_connected(link_.handle());
+}
+
+/// libssh2 that had no memory left says that it failed, but not with what, and goes on from there
+/// at whatever it is asked next.
+bool remote_view::is_stuck(const answer& given) const
+{
+    return is_sftp_ && given.code == CURLE_SSH &&
+           given.error.find("Unknown error in libssh2") != std::string::npos;
+}
+
+/// Over TLS libcurl may leave a reply unread when a transfer fails, and takes it for the answer to
+/// the next command.
+bool remote_view::may_be_out_of_step(const answer& given) const
+{
+    return link_.is_secured_by_tls() && given.code != CURLE_OK &&
+           given.code != CURLE_REMOTE_ACCESS_DENIED && given.code != CURLE_REMOTE_FILE_NOT_FOUND &&
+           given.code != CURLE_WRITE_ERROR && !given.server.refusal();
 }
 
 bool remote_view::has_lost_connection()
@@ -138,7 +161,11 @@ bool remote_view::has(const std::string& path)
 {
     if (!is_sftp_)
         return has_file(path) || has_folder(path) || is_listed(path);
-    const auto given = ask(url(path), question::file);
+    auto given = ask(url(path), question::file);
+    // libcurl says nothing of a question that libssh2 had no memory for: a "no" has to be said
+    // twice.
+    if (!given.has_time && given.code == CURLE_OK)
+        given = ask(url(path), question::file);
     if (given.has_time)
         return true;
     if (given.code == CURLE_OK || given.code == CURLE_REMOTE_FILE_NOT_FOUND)

@@ -46,6 +46,8 @@ public:
 
 private:
     bool is_lost(const answer& given) const;
+    bool is_stuck(const answer& given) const;
+    bool may_be_out_of_step(const answer& given) const;
     bool has_file(const std::string& path);
     bool is_listed(const std::string& path);
     std::string fetch(const std::string& path, const std::string& what, question form);

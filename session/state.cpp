@@ -86,6 +86,9 @@ void session::state::run(recording& server, const std::string& what, const opera
         if (link.watching().has_stalled())
             std::throw_with_nested(
                 failure(failure_kind::connection, what + ": the server does not answer any more"));
+        // What libcurl has not read of a transfer that failed would answer what is asked next.
+        if (link.is_secured_by_tls())
+            link.close();
         const auto found = explain(server.heard());
         std::throw_with_nested(failure(found.kind, what + ": " + found.reason));
     }

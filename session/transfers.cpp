@@ -82,6 +82,10 @@ void session::download(const std::string& remote, const std::filesystem::path& l
         state_->run_transfer(
             what,
             [&](core::curl_ptr& handle) {
+                // libcurl that has no memory for the file's name fetches a listing of its folder,
+                // with this command, which every server refuses.
+                core::scoped_request unnamed(handle);
+                unnamed.setopt(CURLOPT_CUSTOMREQUEST, "RETR", nullptr);
                 core::receive_file(handle, remote_name, local_name, mode == transfer_mode::text);
             },
             [&](const replies& server) {

@@ -25,6 +25,7 @@ public:
     const std::string& address() const { return state_.address; }
     unsigned short port() const { return listener_.port(); }
     file_tree& tree() { return state_.tree; }
+    const file_tree& tree() const { return state_.tree; }
 
     // Scripts. `word` is a command word in capitals, or one of the next two.
 

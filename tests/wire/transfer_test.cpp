@@ -231,6 +231,23 @@ TEST_F(TransferTest, download_as_text_asks_no_size_and_converts_line_ends)
     expect_usable_session();
 }
 
+/// libcurl 7.88 remembers on the handle that a text ended in a carriage return.
+TEST_F(TransferTest, line_feed_that_begins_a_text_is_lost_after_a_text_that_ended_in_a_return)
+{
+    server().tree().add_file("/home/u/first", "one\r");
+    server().tree().add_file("/home/u/second", "\ntwo\n");
+    // As servers do that convert nothing in text mode.
+    server().reply_to("TYPE", 200, "So be it.");
+    const auto arrives = [&](const std::u16string& name) {
+        receive_file(session(), name, local("down"), true);
+        return read_local("down");
+    };
+    EXPECT_EQ(arrives(u"second"), "\ntwo\n");
+    EXPECT_EQ(arrives(u"first"), "one\n");
+    EXPECT_EQ(arrives(u"second"), "two\n");
+    EXPECT_EQ(arrives(u"second"), "\ntwo\n");
+}
+
 TEST_F(TransferTest, download_replaces_what_the_local_file_held)
 {
     server().tree().add_file("/home/u/f", "new");

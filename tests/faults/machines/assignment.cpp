@@ -9,24 +9,33 @@ namespace tarnix::test {
 namespace {
 
 /// In place of an empty word.
-constexpr auto usual = "-";
+constexpr auto nothing = "-";
+
+std::string as_word(const std::string& text)
+{
+    return text.empty() ? nothing : text;
+}
 
 } // namespace
 
 std::ostream& operator<<(std::ostream& out, const assignment& given)
 {
-    return out << given.operation << ' ' << given.host << ' ' << given.port << ' ' << given.folder
+    return out << as_word(given.operation) << ' ' << given.scheme << ' ' << as_word(given.host)
+               << ' ' << given.port << ' ' << given.user << ' ' << given.password << ' '
+               << given.login_folder << ' ' << as_word(given.proof) << ' ' << as_word(given.folder)
                << ' ' << given.traced << ' ' << static_cast<int>(given.what) << ' ' << given.nth
-               << ' ' << (given.local.empty() ? usual : given.local) << ' ' << given.serial << '\n';
+               << ' ' << as_word(given.local) << ' ' << given.serial << '\n';
 }
 
 std::istream& operator>>(std::istream& in, assignment& given)
 {
     int what = 0;
-    in >> given.operation >> given.host >> given.port >> given.folder >> given.traced >> what >>
-        given.nth >> given.local >> given.serial;
-    if (given.local == usual)
-        given.local.clear();
+    in >> given.operation >> given.scheme >> given.host >> given.port >> given.user >>
+        given.password >> given.login_folder >> given.proof >> given.folder >> given.traced >>
+        what >> given.nth >> given.local >> given.serial;
+    for (auto* word : {&given.operation, &given.host, &given.proof, &given.folder, &given.local})
+        if (*word == nothing)
+            word->clear();
     given.what = static_cast<fault>(what);
     return in;
 }
@@ -63,10 +72,16 @@ outcome read_outcome(const std::function<std::string()>& next_line)
             read.again = rest;
         else if (word == "blocks")
             read.blocks_left = std::stol(rest);
+        else if (word == "foreign_blocks")
+            read.foreign_blocks = std::stol(rest);
+        else if (word == "own_blocks")
+            read.own_blocks = std::stol(rest);
         else if (word == "unavailable")
             read.unavailable = rest;
         else if (word == "ended")
             read.ended_in = rest;
+        else if (word == "crashed_in")
+            read.crashed_in = rest;
         else if (word == "end") {
             read.end = rest;
             return read;

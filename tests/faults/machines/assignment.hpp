@@ -27,10 +27,17 @@ enum class fault {
 /// One run of one operation in a child process, as the test asks for it. On one line, the words
 /// parted by blanks.
 struct assignment {
-    std::string operation;
-    std::string host{};      ///< address of the server
-    unsigned short port = 0; ///< of the server
-    std::string folder{};    ///< for local files
+    std::string operation{};
+    std::string scheme = "ftp"; ///< of the server's URL, as all of these
+    std::string host{};
+    unsigned short port = 0;
+    std::string user = "u";
+    std::string password = "secret";
+    std::string login_folder = "/home/u";
+    /// What tells the right server from others: a file of authorities or of known host keys, or the
+    /// fingerprint of a host key.
+    std::string proof{};
+    std::string folder{}; ///< for local files
     bool traced = false;
     fault what = fault::none;
     long nth = 0;
@@ -55,8 +62,11 @@ struct outcome {
     long struck = 0;                  ///< how often a file was struck
     std::string again;                ///< "done ..." or "raised ..." of the same session afterwards
     long blocks_left = 0;             ///< of memory, when all was taken down again
+    long foreign_blocks = 0;          ///< got in the run and left by libraries that may do so
+    long own_blocks = 0;              ///< the same by all others
     std::string unavailable;          ///< why the run did not come about
     std::string ended_in;             ///< where std::terminate was called: "scope", "handle", ...
+    std::string crashed_in;           ///< the library where a signal came, and its number
     std::string end;                  ///< of the process: "exit 0", "signal 11"
 };
 

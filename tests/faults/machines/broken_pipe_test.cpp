@@ -1,15 +1,15 @@
 #include "lane.hpp"
+#include "live_scene.hpp"
 
 #include <live/cli/program_run.hpp>
 #include <support/cutting_gate.hpp>
-#include <support/live_server.hpp>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <chrono>
-#include <cstdlib>
 #include <iostream>
+#include <memory>
 
 // A process that writes to a connection which the other side has closed gets SIGPIPE, and dies of
 // it unless it does something about that. The child processes here do nothing about it.
@@ -35,7 +35,7 @@ protected:
         int cuts = 0;
         for (const std::size_t after : {0, 1, 1000, 65536, 1000000, 3000000}) {
             SCOPED_TRACE(after);
-            cutting_gate gate(on_.server().address(), on_.server().port());
+            cutting_gate gate(on_.at().host(), on_.at().port());
             gate.start(cutting_gate::cut{.where = cutting_gate::channel::data,
                                          .way = cutting_gate::direction::to_server,
                                          .after = after,
@@ -76,8 +76,8 @@ TEST_P(BrokenPipeTest, program_ends_with_a_message)
     break_uploads([&](unsigned short port) {
         program wanted;
         wanted.environment = {{"TARNIX_FTP_PASSWORD", "secret"}};
-        wanted.arguments = {"ftp://u@" + on_.server().address() + ":" + std::to_string(port), "put",
-                            (on_.folder() / "data").string(), "stored"};
+        wanted.arguments = {"ftp://u@" + on_.at().host() + ":" + std::to_string(port), "put",
+                            (on_.at().folder() / "data").string(), "stored"};
         const auto result = tarnix::test::run(wanted);
         EXPECT_EQ(result.signal, 0);
         EXPECT_THAT(result.code, AnyOf(0, 3, 7));
@@ -94,23 +94,17 @@ INSTANTIATE_TEST_SUITE_P(Ways, BrokenPipeTest, testing::Values(breaking::closed,
 /// OpenSSL writes without asking the system to hold the signal back.
 TEST(EncryptedBrokenPipe, process_survives_wherever_the_connection_breaks)
 {
-    const auto& server = running_server("vsftpd-tls");
-    ::setenv("TARNIX_SUBJECT_USER", server.user().c_str(), 1);
-    ::setenv("TARNIX_SUBJECT_PASSWORD", server.password().c_str(), 1);
-    ::setenv("TARNIX_SUBJECT_CA_FILE", server["ca_file"].c_str(), 1);
-    lane on;
-    const auto port = static_cast<unsigned short>(server.port());
-    const auto usual = on.run({.operation = "core_encrypted", .host = server.host(), .port = port});
+    lane on(std::make_unique<live_scene>(counterpart{"vsftpd-tls", "ftpes", "ca_file"}, 0));
+    const auto usual = on.run({.operation = "core_encrypted"});
     ASSERT_THAT(usual.result, StartsWith("done "));
     constexpr std::size_t longer_than_the_session = 4000;
     constexpr std::size_t step = 41;
     int cuts = 0;
     for (std::size_t after = 0; after < longer_than_the_session; after += step) {
         SCOPED_TRACE(after);
-        cutting_gate gate(server.host(), port, cutting_gate::speech::opaque);
+        cutting_gate gate(on.at().host(), on.at().port(), cutting_gate::speech::opaque);
         gate.start(cutting_gate::cut{.way = cutting_gate::direction::to_server, .after = after});
-        const auto seen =
-            on.run({.operation = "core_encrypted", .host = server.host(), .port = gate.port()});
+        const auto seen = on.run({.operation = "core_encrypted", .port = gate.port()});
         EXPECT_EQ(seen.end, "exit 0");
         cuts += gate.has_cut_within(std::chrono::seconds(1)) ? 1 : 0;
         if (seen.result == usual.result)

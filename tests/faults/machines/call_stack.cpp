@@ -26,16 +26,17 @@ std::string_view function_at(const void* address) noexcept
     return offset <= symbol.st_size ? info.dli_sname : std::string_view();
 }
 
+} // namespace
+
 std::string_view library_at(const void* address) noexcept
 {
-    Dl_info info{};
-    if (::dladdr(address, &info) == 0 || !info.dli_fname)
+    // Thousands of blocks are asked about; dladdr would search all names of the library for each.
+    dl_find_object found{};
+    if (::_dl_find_object(const_cast<void*>(address), &found) != 0)
         return {};
-    const std::string_view path = info.dli_fname;
+    const std::string_view path = found.dlfo_link_map->l_name;
     return path.substr(path.rfind('/') + 1);
 }
-
-} // namespace
 
 void call_stack::capture() noexcept
 {

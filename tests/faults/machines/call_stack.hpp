@@ -5,6 +5,9 @@
 
 namespace tarnix::test {
 
+/// The file name of the library that holds `address`; empty for the program itself.
+std::string_view library_at(const void* address) noexcept;
+
 /// The functions that are running, innermost first. Capturing needs no memory, once it has been
 /// done before.
 class call_stack {

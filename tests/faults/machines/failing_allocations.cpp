@@ -1,5 +1,7 @@
 #include "failing_allocations.hpp"
 
+#include "block_owners.hpp"
+
 #include <cerrno>
 #include <cstddef>
 #include <cstdint>
@@ -59,34 +61,37 @@ bool may_have() noexcept
     return false;
 }
 
-void* counted(void* block) noexcept
+void* counted(void* block, const void* asker) noexcept
 {
     if (block)
         add(blocks, 1);
+    note_owner(block, asker);
     return block;
 }
 
-void* allocate(std::size_t size) noexcept
+void* allocate(std::size_t size, const void* asker) noexcept
 {
     if (!may_have())
         return nullptr;
-    return counted(__interceptor_malloc ? __interceptor_malloc(size) : __libc_malloc(size));
+    return counted(__interceptor_malloc ? __interceptor_malloc(size) : __libc_malloc(size), asker);
 }
 
-void* allocate_zeroed(std::size_t number, std::size_t size) noexcept
+void* allocate_zeroed(std::size_t number, std::size_t size, const void* asker) noexcept
 {
     if (!may_have())
         return nullptr;
     return counted(__interceptor_calloc ? __interceptor_calloc(number, size)
-                                        : __libc_calloc(number, size));
+                                        : __libc_calloc(number, size),
+                   asker);
 }
 
-void* allocate_aligned(std::size_t alignment, std::size_t size) noexcept
+void* allocate_aligned(std::size_t alignment, std::size_t size, const void* asker) noexcept
 {
     if (!may_have())
         return nullptr;
     return counted(__interceptor_memalign ? __interceptor_memalign(alignment, size)
-                                          : __libc_memalign(alignment, size));
+                                          : __libc_memalign(alignment, size),
+                   asker);
 }
 
 void release(void* block) noexcept
@@ -94,28 +99,34 @@ void release(void* block) noexcept
     if (!block)
         return;
     add(blocks, -1);
+    forget_owner(block);
     if (__interceptor_free)
         __interceptor_free(block);
     else
         __libc_free(block);
 }
 
-void* reallocate(void* block, std::size_t size) noexcept
+void* reallocate(void* block, std::size_t size, const void* asker) noexcept
 {
     if (!block)
-        return allocate(size);
+        return allocate(size, asker);
     if (size == 0) {
         release(block);
         return nullptr;
     }
     if (!may_have())
         return nullptr;
-    return __interceptor_realloc ? __interceptor_realloc(block, size) : __libc_realloc(block, size);
+    // Before it may be somebody else's.
+    forget_owner(block);
+    auto* const moved =
+        __interceptor_realloc ? __interceptor_realloc(block, size) : __libc_realloc(block, size);
+    note_owner(moved ? moved : block, asker);
+    return moved;
 }
 
-void* copy_text(const char* text, std::size_t length) noexcept
+void* copy_text(const char* text, std::size_t length, const void* asker) noexcept
 {
-    auto* copy = static_cast<char*>(allocate(length + 1));
+    auto* copy = static_cast<char*>(allocate(length + 1, asker));
     if (!copy)
         return nullptr;
     std::memcpy(copy, text, length);
@@ -123,16 +134,16 @@ void* copy_text(const char* text, std::size_t length) noexcept
     return copy;
 }
 
-void* allocate_or_throw(std::size_t size)
+void* allocate_or_throw(std::size_t size, const void* asker)
 {
-    if (auto* block = allocate(size))
+    if (auto* block = allocate(size, asker))
         return block;
     throw std::bad_alloc();
 }
 
-void* allocate_or_throw(std::size_t size, std::align_val_t alignment)
+void* allocate_or_throw(std::size_t size, std::align_val_t alignment, const void* asker)
 {
-    if (auto* block = allocate_aligned(static_cast<std::size_t>(alignment), size))
+    if (auto* block = allocate_aligned(static_cast<std::size_t>(alignment), size, asker))
         return block;
     throw std::bad_alloc();
 }
@@ -190,17 +201,17 @@ extern "C" {
 
 void* malloc(std::size_t size) noexcept
 {
-    return memory::allocate(size);
+    return memory::allocate(size, __builtin_return_address(0));
 }
 
 void* calloc(std::size_t number, std::size_t size) noexcept
 {
-    return memory::allocate_zeroed(number, size);
+    return memory::allocate_zeroed(number, size, __builtin_return_address(0));
 }
 
 void* realloc(void* block, std::size_t size) noexcept
 {
-    return memory::reallocate(block, size);
+    return memory::reallocate(block, size, __builtin_return_address(0));
 }
 
 void free(void* block) noexcept
@@ -210,63 +221,67 @@ void free(void* block) noexcept
 
 void* memalign(std::size_t alignment, std::size_t size) noexcept
 {
-    return memory::allocate_aligned(alignment, size);
+    return memory::allocate_aligned(alignment, size, __builtin_return_address(0));
 }
 
 void* aligned_alloc(std::size_t alignment, std::size_t size) noexcept
 {
-    return memory::allocate_aligned(alignment, size);
+    return memory::allocate_aligned(alignment, size, __builtin_return_address(0));
 }
 
 int posix_memalign(void** block, std::size_t alignment, std::size_t size) noexcept
 {
-    *block = memory::allocate_aligned(alignment, size);
+    *block = memory::allocate_aligned(alignment, size, __builtin_return_address(0));
     return *block ? 0 : ENOMEM;
 }
 
 char* strdup(const char* text) noexcept
 {
-    return static_cast<char*>(memory::copy_text(text, std::strlen(text)));
+    return static_cast<char*>(
+        memory::copy_text(text, std::strlen(text), __builtin_return_address(0)));
 }
 
 char* strndup(const char* text, std::size_t limit) noexcept
 {
-    return static_cast<char*>(memory::copy_text(text, ::strnlen(text, limit)));
+    return static_cast<char*>(
+        memory::copy_text(text, ::strnlen(text, limit), __builtin_return_address(0)));
 }
 
 } // extern "C"
 
 void* operator new(std::size_t size)
 {
-    return memory::allocate_or_throw(size);
+    return memory::allocate_or_throw(size, __builtin_return_address(0));
 }
 void* operator new[](std::size_t size)
 {
-    return memory::allocate_or_throw(size);
+    return memory::allocate_or_throw(size, __builtin_return_address(0));
 }
 void* operator new(std::size_t size, const std::nothrow_t&) noexcept
 {
-    return memory::allocate(size);
+    return memory::allocate(size, __builtin_return_address(0));
 }
 void* operator new[](std::size_t size, const std::nothrow_t&) noexcept
 {
-    return memory::allocate(size);
+    return memory::allocate(size, __builtin_return_address(0));
 }
 void* operator new(std::size_t size, std::align_val_t alignment)
 {
-    return memory::allocate_or_throw(size, alignment);
+    return memory::allocate_or_throw(size, alignment, __builtin_return_address(0));
 }
 void* operator new[](std::size_t size, std::align_val_t alignment)
 {
-    return memory::allocate_or_throw(size, alignment);
+    return memory::allocate_or_throw(size, alignment, __builtin_return_address(0));
 }
 void* operator new(std::size_t size, std::align_val_t alignment, const std::nothrow_t&) noexcept
 {
-    return memory::allocate_aligned(static_cast<std::size_t>(alignment), size);
+    return memory::allocate_aligned(static_cast<std::size_t>(alignment), size,
+                                    __builtin_return_address(0));
 }
 void* operator new[](std::size_t size, std::align_val_t alignment, const std::nothrow_t&) noexcept
 {
-    return memory::allocate_aligned(static_cast<std::size_t>(alignment), size);
+    return memory::allocate_aligned(static_cast<std::size_t>(alignment), size,
+                                    __builtin_return_address(0));
 }
 
 void operator delete(void* block) noexcept

@@ -180,9 +180,9 @@ protected:
     {
         for (const std::string layer : {"core_", "session_"}) {
             on_.warm_up({.operation = layer + GetParam().operation});
-            on_.clean_up();
+            on_.at().clean_up();
         }
-        const auto& folder = on_.folder();
+        const auto& folder = on_.at().folder();
         fs::permissions(folder.path(), fs::perms(0755));
         fs::create_directory(folder / "folder");
         fs::create_directory(folder / "shut");
@@ -209,7 +209,7 @@ protected:
     std::vector<std::string> new_files() const
     {
         std::vector<std::string> names;
-        for (const auto& entry : fs::directory_iterator(on_.folder().path()))
+        for (const auto& entry : fs::directory_iterator(on_.at().folder().path()))
             if (const auto name = entry.path().filename().string();
                 std::find(at_first_.begin(), at_first_.end(), name) == at_first_.end())
                 names.push_back(name);
@@ -241,7 +241,7 @@ TEST_P(LocalFilesTest, library_raises_the_identifier_and_stays_usable)
         SCOPED_TRACE(point);
         const auto seen = run("core", point);
         expect_raised(seen, GetParam().expected.core);
-        write_bytes(on_.folder() / "data", on_.content());
+        write_bytes(on_.at().folder() / "data", on_.at().content());
     }
 }
 
@@ -253,7 +253,7 @@ TEST_P(LocalFilesTest, session_names_the_file_and_the_reason_and_leaves_none)
         expect_raised(seen, GetParam().expected.session);
         EXPECT_THAT(seen.files, testing::Each(StartsWith("locked ")));
         EXPECT_THAT(new_files(), IsEmpty());
-        write_bytes(on_.folder() / "data", on_.content());
+        write_bytes(on_.at().folder() / "data", on_.at().content());
     }
     std::cout << "counted: " << 2 * GetParam().points.size() << " failures of local files\n";
 }
@@ -293,13 +293,12 @@ std::vector<std::string> machine_for(const bad_file& file, long point, const fs:
 program_result LocalFilesTest::run_program(long point)
 {
     const auto& file = GetParam();
-    const auto folder = on_.folder().path();
+    const auto folder = on_.at().folder().path();
     const auto local = folder / (file.local.empty() ? "final" : file.local);
     program wanted;
     wanted.under = machine_for(file, point, folder);
     wanted.environment = {{"TARNIX_FTP_PASSWORD", "secret"}, {"PATH", "/usr/bin:/bin"}};
-    wanted.arguments = {
-        "ftp://u@" + on_.server().address() + ":" + std::to_string(on_.server().port()), "--"};
+    wanted.arguments = {"ftp://u@" + on_.at().host() + ":" + std::to_string(on_.at().port()), "--"};
     if (file.operation == "put")
         wanted.arguments.insert(wanted.arguments.end(), {"put", local.string(), "stored"});
     else

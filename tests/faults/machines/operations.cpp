@@ -13,7 +13,7 @@
 
 #include <algorithm>
 #include <array>
-#include <cstdlib>
+#include <chrono>
 #include <stdexcept>
 #include <utility>
 
@@ -25,17 +25,30 @@ namespace {
 
 std::string connect(core::curl_ptr& handle, const site& at)
 {
-    return core::connect(handle, "ftp://" + at.host, "u", "secret", at.port, "passive", "none",
-                         false, "", true, true, 1, 30);
+    const auto& server = at.server;
+    return core::connect(handle, "ftp://" + at.host, server.user, server.password, server.port,
+                         "passive", server.scheme == "ftp" ? "none" : "strict", false, server.proof,
+                         true, true, 1, 30);
 }
 
 ftp::session open_session(const site& at)
 {
+    // Less than what the child may take.
+    constexpr std::chrono::seconds patience{15};
+    const auto& server = at.server;
     ftp::session_options options;
-    options.user = "u";
-    options.password = "secret";
-    options.port = at.port;
-    return ftp::session(ftp::parse_url("ftp://" + at.host), options);
+    options.user = server.user;
+    options.password = server.password;
+    options.port = server.port;
+    options.connect_timeout = patience;
+    options.reply_timeout = patience;
+    if (server.scheme == "ftpes")
+        options.ca_file = server.proof;
+    else if (server.proof.starts_with('/'))
+        options.known_hosts_file = server.proof;
+    else
+        options.host_key_fingerprint = server.proof;
+    return ftp::session(ftp::parse_url(server.scheme + "://" + at.host), options);
 }
 
 std::string truth(bool is)
@@ -57,15 +70,12 @@ core::ustring wide(const std::string& text)
     return fl::i18n::utf8_to_ustring(text);
 }
 
-/// A session that is encrypted, with a server that this program was told of.
+/// All that the library does with a connection that is encrypted.
 std::string speak_encrypted(site& at)
 {
     auto& handle = at.handle.emplace();
-    const auto folder =
-        core::connect(handle, "ftp://" + at.host, std::getenv("TARNIX_SUBJECT_USER"),
-                      std::getenv("TARNIX_SUBJECT_PASSWORD"), at.port, "passive", "strict", false,
-                      std::getenv("TARNIX_SUBJECT_CA_FILE"), true, false, 1, 30);
-    return core::pwd(handle) == folder ? joined(core::dir(handle, "")) : "another folder";
+    const auto folder = connect(handle, at);
+    return core::pwd(handle) == folder ? joined(core::dir(handle, "shelf")) : "another folder";
 }
 
 /// With long arguments of all kinds. They are made in their place: libstdc++ 12 does not survive it
@@ -278,13 +288,14 @@ void prepare(site& at, operation::stage wanted)
 std::string use_again(site& at)
 {
     std::string seen;
-    if (at.handle && !std::getenv("TARNIX_SUBJECT_USER")) {
+    if (at.handle && at.server.scheme == "ftp") {
         seen = connect(*at.handle, at) + ' ';
         seen += joined(core::dir(*at.handle, "shelf"));
     }
     if (at.session) {
-        const auto made = "/home/u/again-" + at.serial;
-        seen = joined(at.session->names("/home/u/shelf"));
+        const auto& home = at.server.login_folder;
+        const auto made = home + "/again-" + at.serial;
+        seen = joined(at.session->names(home + "/shelf"));
         at.session->make_folder(made);
         at.session->remove_folder(made);
     }

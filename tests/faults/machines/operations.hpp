@@ -14,8 +14,8 @@ namespace tarnix::test {
 /// Where an operation runs.
 struct site {
     explicit site(const assignment& given)
-        : host(given.host),
-          port(given.port),
+        : server(given),
+          host(given.host),
           folder(given.folder),
           local_name(given.local),
           serial(std::to_string(given.serial))
@@ -31,8 +31,8 @@ struct site {
     }
     bool is_usual() const { return local_name.empty(); }
 
+    assignment server; ///< how to speak to it
     std::string host;
-    unsigned short port;
     std::filesystem::path folder;
     std::string local_name;
     std::string serial;

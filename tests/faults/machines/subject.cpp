@@ -1,7 +1,8 @@
 // The program that meets the bad machine. It reads assignments from standard input, runs each in a
 // child process that is forked before there are any threads, and reports how it went.
 
-#include "call_stack.hpp"
+#include "block_owners.hpp"
+#include "endings.hpp"
 #include "failing_allocations.hpp"
 #include "failing_files.hpp"
 #include "machine.hpp"
@@ -16,16 +17,22 @@
 #include <boost/core/demangle.hpp>
 
 #include <algorithm>
+#include <array>
 #include <csignal>
+#include <cstring>
 #include <exception>
 #include <filesystem>
 #include <iostream>
 #include <iterator>
 #include <sstream>
+#include <stdexcept>
 #include <streambuf>
+#include <string_view>
 #include <thread>
 #include <typeinfo>
 
+#include <dlfcn.h>
+#include <sys/uio.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -37,14 +44,21 @@ namespace fs = std::filesystem;
 /// A child that takes longer hangs; the alarm ends it.
 constexpr unsigned seconds_at_most = 60;
 
+void say_line(const char* line) noexcept
+{
+    const std::array<iovec, 2> parts{iovec{const_cast<char*>(line), std::strlen(line)},
+                                     iovec{const_cast<char*>("\n"), 1}};
+    const auto length = static_cast<ssize_t>(parts[0].iov_len + parts[1].iov_len);
+    if (::writev(STDOUT_FILENO, parts.data(), parts.size()) != length)
+        ::_exit(4);
+}
+
 void say(const std::string& word, const std::string& rest)
 {
     auto line = word + ' ' + rest;
     std::replace_if(
         line.begin(), line.end(), [](char c) { return c == '\n' || c == '\r'; }, '|');
-    line += '\n';
-    if (::write(STDOUT_FILENO, line.data(), line.size()) != static_cast<ssize_t>(line.size()))
-        ::_exit(4);
+    say_line(line.c_str());
 }
 
 /// What users can tell of an exception.
@@ -74,26 +88,41 @@ std::string result_of(Work work, bad_machine& machine)
     }
 }
 
-/// In place of an abort. A failure in a destructor of these two is meant to end the process.
-[[noreturn]] void report_the_end()
-{
-    memory::recover();
-    call_stack stack;
-    stack.capture();
-    if (stack.runs_through("14scoped_requestD"))
-        say("ended", "scope");
-    else if (stack.runs_through("8curl_ptrD"))
-        say("ended", "handle");
-    else
-        say("ended", "elsewhere");
-    ::_exit(3);
-}
-
 class null_buffer : public std::streambuf {
 protected:
     int overflow(int c) override { return c; }
     std::streamsize xsputn(const char*, std::streamsize count) override { return count; }
 };
+
+/// Of the libraries that nothing here calls itself.
+bool is_below_libcurl(std::string_view library)
+{
+    return library.starts_with("libssl.") || library.starts_with("libcrypto.") ||
+           library.starts_with("libssh2.");
+}
+
+/// libcurl loses what belongs to a request that libssh2 or OpenSSL has left half done.
+bool is_foreign(std::string_view library)
+{
+    return is_below_libcurl(library) ||
+           (library.starts_with("libcurl.") &&
+            is_below_libcurl(memory::place_of_first_failure().library()));
+}
+
+bool is_own(std::string_view library)
+{
+    return !is_foreign(library);
+}
+
+/// OpenSSL keeps for each thread what went wrong in it. Nothing else here knows OpenSSL.
+void forget_openssl_errors()
+{
+    static const auto forget =
+        reinterpret_cast<void (*)()>(::dlsym(RTLD_DEFAULT, "OPENSSL_thread_stop"));
+    if (!forget)
+        throw std::runtime_error("libcurl works without OpenSSL here");
+    forget();
+}
 
 bool is_plain(const fs::directory_entry& entry)
 {
@@ -108,6 +137,9 @@ void run(const assignment& given)
         mount_small_disk(given.folder, given.nth);
     if (given.what == fault::no_privileges)
         become_nobody();
+    forget_openssl_errors();
+    if (given.what != fault::warm_up)
+        memory::watch_owners();
     const auto blocks = memory::blocks_in_use();
     std::string result;
     {
@@ -143,6 +175,12 @@ void run(const assignment& given)
     }
     result = {};
     result.shrink_to_fit();
+    forget_openssl_errors();
+    memory::end_watch();
+    const auto foreign = memory::owned_by(&is_foreign);
+    const auto own = memory::owned_by(&is_own);
+    say("foreign_blocks", std::to_string(foreign));
+    say("own_blocks", std::to_string(own));
     say("blocks", std::to_string(memory::blocks_in_use() - blocks));
 }
 
@@ -180,11 +218,11 @@ long threads()
 int main()
 {
     clear_proxy_environment();
-    std::set_terminate(&report_the_end);
-    // Neither the first look at the stack nor the first thread finds what it needs for later.
-    call_stack().capture();
+    report_bad_endings(&say_line);
     std::signal(SIGPIPE, SIG_DFL);
+    // The first thread, and the first use of the warnings, do not find what they need for later.
     std::thread([] {}).join();
+    tarnix::host::set_warning_handler({});
     std::optional<tarnix::host::standalone> services;
     null_buffer nowhere;
     std::ostream nothing(&nowhere);

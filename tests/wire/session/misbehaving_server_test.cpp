@@ -328,6 +328,27 @@ TEST_F(MisbehavingServerTest, a_refusal_that_speaks_of_files_is_no_empty_folder)
     failure_of_kind(failure_kind::permission, [&] { session.list(); });
 }
 
+/// The server converts nothing in text mode, and libcurl 7.88 takes the two for one line end. The
+/// session sees neither of them.
+TEST_F(MisbehavingServerTest, a_text_may_lose_its_first_line_feed_after_one_that_ended_in_a_return)
+{
+    server_.tree().add_file("/home/first", "one\r");
+    server_.tree().add_file("/home/second", "\ntwo\n");
+    server_.reply_to("TYPE", 200, "So be it.");
+    auto session = connect();
+    const auto arrives = [&](const std::string& name) {
+        session.download(name, local_ / "down", ftp::transfer_mode::text);
+        return read_bytes(local_ / "down");
+    };
+    EXPECT_EQ(arrives("first"), "one\n");
+    EXPECT_EQ(arrives("second"), "two\n");
+    arrives("first");
+    session.download("second", local_ / "down");
+    EXPECT_EQ(read_bytes(local_ / "down"), "\ntwo\n");
+    session.names("..");
+    EXPECT_EQ(arrives("second"), "\ntwo\n");
+}
+
 TEST_F(MisbehavingServerTest, a_text_that_does_not_fit_on_the_disk_is_told_from_a_lost_connection)
 {
     server_.tree().add_file("/home/file", std::string(100'000, 'x'));
