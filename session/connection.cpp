@@ -4,6 +4,7 @@
 #include "paths.hpp"
 #include "replies.hpp"
 #include "requests.hpp"
+#include "tls_ends.hpp"
 
 #include <tarnix/ftp/errors.hpp>
 
@@ -143,6 +144,7 @@ void connection::set_login(const settings& wanted)
 void connection::set_tls(const settings& wanted)
 {
     core::set_option(handle_, CURLOPT_USE_SSL, tls_level(wanted.tls));
+    refuse_unannounced_ends(handle_);
     // Before 8.10 libcurl closes the data connection of an upload without reading the tickets that
     // a TLS 1.3 server sends in it; the reset that follows can cut the file short on the server.
     const auto highest =
