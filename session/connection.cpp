@@ -163,7 +163,7 @@ void connection::verify_host_key(const settings& wanted)
         return;
     }
     set_text(handle_, CURLOPT_SSH_KNOWNHOSTS, wanted.options.known_hosts_file);
-    host_key_.observe(handle_);
+    host_key_.observe(handle_, wanted.options.known_hosts_file);
 }
 
 /// The first request is made here and not by the library's connect, which reports no reason and
@@ -200,6 +200,9 @@ void connection::raise_failure(const settings& wanted, CURLcode code, const std:
                                                   " is not the one in \"" +
                                                   wanted.options.known_hosts_file +
                                                   "\": another server may be posing as it");
+    if (host_key_.is_revoked())
+        throw failure(failure_kind::security, "the host key of " + server + " is revoked in \"" +
+                                                  wanted.options.known_hosts_file + '"');
     if (code == CURLE_USE_SSL_FAILED)
         throw failure(failure_kind::security, server + " offers no TLS");
     const auto kind = kind_of_first(code, text);
