@@ -5,6 +5,7 @@
 #include "paths.hpp"
 #include "replies.hpp"
 #include "requests.hpp"
+#include "tls_ends.hpp"
 
 #include <tarnix/ftp/errors.hpp>
 
@@ -160,6 +161,7 @@ void connection::set_login(const settings& wanted)
 void connection::set_tls(const settings& wanted)
 {
     core::set_option(handle_, CURLOPT_USE_SSL, tls_level(wanted.tls));
+    refuse_unannounced_ends(handle_);
     // Before 8.10 libcurl closes the data connection of an upload without reading the tickets that
     // a TLS 1.3 server sends in it; the reset that follows can cut the file short on the server.
     const auto highest =
@@ -178,7 +180,7 @@ void connection::verify_host_key(const settings& wanted)
         return;
     }
     set_text(handle_, CURLOPT_SSH_KNOWNHOSTS, wanted.options.known_hosts_file);
-    host_key_.observe(handle_);
+    host_key_.observe(handle_, wanted.options.known_hosts_file);
 }
 
 /// The first request is made here and not by the library's connect, which reports no reason and
@@ -215,6 +217,9 @@ void connection::raise_failure(const settings& wanted, CURLcode code, const std:
                                                   " is not the one in \"" +
                                                   wanted.options.known_hosts_file +
                                                   "\": another server may be posing as it");
+    if (host_key_.is_revoked())
+        throw failure(failure_kind::security, "the host key of " + server + " is revoked in \"" +
+                                                  wanted.options.known_hosts_file + '"');
     if (code == CURLE_USE_SSL_FAILED)
         throw failure(failure_kind::security, server + " offers no TLS");
     const auto kind = kind_of_first(code, text);

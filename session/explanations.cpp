@@ -45,7 +45,7 @@ explanation transfer_failure(remote_view& view, const replies& server,
                              const std::string& broken_off)
 {
     if (view.is_sftp() && view.has_lost_connection())
-        return lost_connection;
+        return {failure_kind::connection, "the connection was lost, or the server could not go on"};
     return server.refusal() ? refused(server) : explanation{failure_kind::transfer, broken_off};
 }
 

@@ -32,7 +32,8 @@ namespace {
     raise(file, std::generic_category().message(error));
 }
 
-/// The file that is to be replaced, if there is one.
+/// The file that is to be replaced, if there is one. The system follows the links to it, because it
+/// refuses some: those that others have put into a folder like /tmp.
 std::optional<struct stat> find_replaceable(const fs::path& target)
 {
     struct stat found {};
@@ -154,7 +155,7 @@ pending_file::pending_file(const fs::path& target) : target_(behind_links(made_a
 {
     constexpr mode_t of_new_files = 0666; // less what the process masks out
     constexpr mode_t own = 0600;
-    const auto replaced = find_replaceable(target_);
+    const auto replaced = find_replaceable(target);
     const auto list = replaced ? access_list_of(target_) : std::vector<char>();
     fs::path path;
     const auto descriptor = make_beside(target_, replaced ? own : of_new_files, path);

@@ -119,7 +119,9 @@ std::optional<std::string> decisive_refusal(CURLcode code, const replies& server
     const auto lost = code == CURLE_RECV_ERROR || code == CURLE_SEND_ERROR ||
                       code == CURLE_GOT_NOTHING || code == CURLE_OPERATION_TIMEDOUT;
     const auto is_farewell = refusal && refusal->starts_with("421");
-    return lost && !is_farewell ? std::nullopt : refusal;
+    // A connection that is made anew, to a server that refuses TLS now: not for what was asked.
+    const auto is_unsafe = kind_of(code) == failure_kind::security;
+    return is_unsafe || (lost && !is_farewell) ? std::nullopt : refusal;
 }
 
 failure_kind kind_of(CURLcode code, const std::string& error)

@@ -1,5 +1,7 @@
 #include "session_on_server.hpp"
 
+#include <support/temporary_folder.hpp>
+
 #include <gmock/gmock.h>
 
 #include <cstdlib>
@@ -114,6 +116,19 @@ TEST_F(LoginTest, changed_host_keys_are_refused)
     auto options = login_to("sshd");
     options.known_hosts_file = running_server("sshd")["wrong_known_hosts"];
     EXPECT_THAT(refusal("sshd", options, failure_kind::security), HasSubstr("posing"));
+}
+
+TEST_F(LoginTest, revoked_host_keys_are_refused)
+{
+    const temporary_folder folder;
+    auto options = login_to("sshd");
+    const auto known = read_bytes(options.known_hosts_file);
+    const auto key = known.substr(known.find(' '), known.find('\n') - known.find(' '));
+    options.known_hosts_file = folder / "known_hosts";
+    write_bytes(options.known_hosts_file, known + "@revoked *" + key + " lost in May\n");
+    EXPECT_THAT(refusal("sshd", options, failure_kind::security), HasSubstr("revoked"));
+    write_bytes(options.known_hosts_file, known + "@revoked * ssh-ed25519 AAAA\n");
+    EXPECT_EQ(folder_reached("sshd", options), running_server("sshd").root());
 }
 
 TEST_F(LoginTest, unknown_host_keys_are_refused)

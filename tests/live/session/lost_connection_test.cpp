@@ -14,6 +14,7 @@ namespace {
 using namespace std::chrono_literals;
 using ftp::failure_kind;
 using testing::Contains;
+using testing::HasSubstr;
 
 /// A session with OpenSSH through a gate that breaks the connection at the next answer.
 class LostSftpConnectionTest : public testing::TestWithParam<cutting_gate::breaking> {
@@ -91,6 +92,16 @@ TEST_P(LostSftpConnectionTest, a_refusal_stays_a_refusal)
 {
     EXPECT_EQ(failure_of([&] { session().remove_file("not there"); }), failure_kind::not_found);
     EXPECT_EQ(failure_of([&] { session().make_folder("/etc"); }), failure_kind::conflict);
+}
+
+TEST_P(LostSftpConnectionTest, a_transfer_names_the_server_without_room_as_the_other_reason)
+{
+    try {
+        session().upload("/etc/passwd", "/dev/full");
+        ADD_FAILURE() << "did not fail";
+    } catch (const ftp::failure& failure) {
+        EXPECT_THAT(failure.what(), HasSubstr("or the server could not go on"));
+    }
 }
 
 INSTANTIATE_TEST_SUITE_P(Breakings, LostSftpConnectionTest,

@@ -6,11 +6,13 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <array>
 #include <filesystem>
 #include <string>
 #include <string_view>
 #include <vector>
 
+#include <fcntl.h>
 #include <sys/stat.h>
 #include <sys/xattr.h>
 #include <unistd.h>
@@ -184,6 +186,20 @@ TEST_F(PendingFileTest, follows_links_to_what_is_not_there_yet)
     EXPECT_TRUE(fs::is_symlink(folder_ / "link"));
     EXPECT_TRUE(fs::is_symlink(folder_ / "folder" / "link"));
     EXPECT_EQ(read_bytes(folder_ / "folder" / "real"), "new");
+}
+
+TEST_F(PendingFileTest, refuses_a_link_that_only_the_system_can_follow_to_a_pipe)
+{
+    std::array<int, 2> ends{};
+    ASSERT_EQ(::pipe2(ends.data(), O_CLOEXEC), 0);
+    try {
+        pending_file("/proc/self/fd/" + std::to_string(ends[1]));
+        ADD_FAILURE() << "was taken";
+    } catch (const failure& refused) {
+        EXPECT_THAT(refused.what(), HasSubstr("it is no regular file"));
+    }
+    ::close(ends[0]);
+    ::close(ends[1]);
 }
 
 TEST_F(PendingFileTest, refuses_links_that_lead_nowhere)

@@ -71,5 +71,13 @@ TEST(DecisiveRefusalTest, a_lost_connection_outdoes_it)
     EXPECT_EQ(decisive_refusal(CURLE_RECV_ERROR, server), "421 bye");
 }
 
+TEST(DecisiveRefusalTest, a_lack_of_safety_outdoes_it)
+{
+    replies server;
+    server.add("500 AUTH?");
+    EXPECT_EQ(decisive_refusal(CURLE_USE_SSL_FAILED, server), std::nullopt);
+    EXPECT_EQ(decisive_refusal(CURLE_PEER_FAILED_VERIFICATION, server), std::nullopt);
+}
+
 } // namespace
 } // namespace tarnix::ftp

@@ -51,6 +51,7 @@ struct session_options {
     /// Overrides the path of the URL; relative to the login folder.
     std::string starting_folder;
 
+    /// Also bounds how long each data connection may take to set up TLS.
     std::chrono::milliseconds connect_timeout{30000};
     /// The whole of a transfer; 0 for no bound.
     std::chrono::milliseconds transfer_timeout{0};
@@ -61,7 +62,7 @@ struct session_options {
     std::chrono::seconds low_speed_time{60};
 
     /// Asked at least once a second while a request runs, also the one that says goodbye, on the
-    /// thread that runs it; true ends it.
+    /// thread that runs it; true ends it. Not asked while libcurl sets up TLS.
     std::function<bool()> cancelled;
 };
 

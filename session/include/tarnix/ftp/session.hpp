@@ -48,7 +48,9 @@ public:
     /// The server's own long listing of a folder, unparsed. An empty text is an empty folder.
     std::string list(const std::string& path = {});
 
-    /// The names in a folder, in the server's order, without "." and "..".
+    /// The names in a folder, in the server's order, without "." and "..". They are what the server
+    /// says: one that is hostile may put a "/" into them, so look before you make local paths of
+    /// them.
     std::vector<std::string> names(const std::string& path = {});
 
     /// Whether `path` is a folder; over FTP, one that can be entered. Raises when there was no
