@@ -53,6 +53,9 @@ void add_security_options(CLI::App& app, arguments& given)
     app.add_flag_callback(
         "--no-verify-host-name", [&given] { given.verify_host_name = false; },
         "Accept a certificate of another host (not safe)");
+    app.add_flag_callback(
+        "--no-verify-end", [&given] { given.verify_end = false; },
+        "Accept TLS connections that just end (not safe)");
     app.add_option("--known-hosts", given.known_hosts_file,
                    "SFTP: host keys to trust (~/.ssh/known_hosts)")
         ->option_text("FILE");

@@ -25,6 +25,7 @@ struct arguments {
     std::string ca_file;
     bool verify_certificate = true;
     bool verify_host_name = true;
+    bool verify_end = true;
 
     std::string private_key_file;
     std::string public_key_file;

@@ -89,6 +89,7 @@ ftp::session_options make_session_options(const arguments& given)
     options.ca_file = given.ca_file;
     options.verify_peer = given.verify_certificate;
     options.verify_host = given.verify_certificate && given.verify_host_name;
+    options.verify_end = given.verify_end;
     options.private_key_file = given.private_key_file;
     options.public_key_file = given.public_key_file;
     options.known_hosts_file =

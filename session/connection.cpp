@@ -161,7 +161,8 @@ void connection::set_login(const settings& wanted)
 void connection::set_tls(const settings& wanted)
 {
     core::set_option(handle_, CURLOPT_USE_SSL, tls_level(wanted.tls));
-    refuse_unannounced_ends(handle_);
+    if (wanted.options.verify_end)
+        refuse_unannounced_ends(handle_);
     // Before 8.10 libcurl closes the data connection of an upload without reading the tickets that
     // a TLS 1.3 server sends in it; the reset that follows can cut the file short on the server.
     const auto highest =

@@ -67,10 +67,12 @@ TEST(ArgumentsTest, verify_everything_unless_told_otherwise)
     EXPECT_TRUE(usual.verify_certificate);
     EXPECT_TRUE(usual.verify_host_name);
     EXPECT_TRUE(usual.verify_host_key);
+    EXPECT_TRUE(usual.verify_end);
     EXPECT_FALSE(usual.use_proxy);
     EXPECT_FALSE(read({"ftp://h", "pwd", "--no-verify-certificate"}).verify_certificate);
     EXPECT_FALSE(read({"ftp://h", "pwd", "--no-verify-host-name"}).verify_host_name);
     EXPECT_FALSE(read({"ftp://h", "pwd", "--no-verify-host-key"}).verify_host_key);
+    EXPECT_FALSE(read({"ftp://h", "pwd", "--no-verify-end"}).verify_end);
 }
 
 TEST(ArgumentsTest, what_does_not_fit_is_refused)

@@ -176,7 +176,7 @@ private:
 
 class UnannouncedEndTest : public testing::Test {
 protected:
-    static ftp::session connect_to(const encrypted_server& server)
+    static ftp::session connect_to(const encrypted_server& server, bool verify_end = true)
     {
         auto url = ftp::parse_url("ftpes://ada@127.0.0.1");
         url.port = server.port();
@@ -184,6 +184,7 @@ protected:
         options.password = "secret";
         options.verify_peer = false;
         options.verify_host = false;
+        options.verify_end = verify_end;
         return ftp::session(url, options);
     }
 
@@ -232,6 +233,15 @@ TEST_F(UnannouncedEndTest, download_whose_encrypted_connection_just_ends_leaves_
         expect_lost_connection([&] { session.download("file", local(), mode); });
         EXPECT_TRUE(std::filesystem::is_empty(local().parent_path()));
     }
+}
+
+TEST_F(UnannouncedEndTest, any_end_is_taken_for_one_when_asked_to)
+{
+    const encrypted_server server(false);
+    auto session = connect_to(server, false);
+    EXPECT_THAT(session.names(), ElementsAre("one", "two"));
+    session.download("file", local());
+    EXPECT_EQ(std::filesystem::file_size(local()), 10U);
 }
 
 } // namespace

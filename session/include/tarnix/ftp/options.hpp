@@ -29,6 +29,10 @@ struct session_options {
     std::string ca_file;
     bool verify_peer = true;
     bool verify_host = true;
+    /// A TLS connection that ends without the server's word that this is the end fails: somebody
+    /// between the two may have ended it. Without this check, for servers that never say it,
+    /// listings and text files may come cut short. Needs a libcurl with OpenSSL 3.
+    bool verify_end = true;
 
     /// For a URL without a user; must not contradict one that has it. Without any, FTP logs in
     /// anonymously.
