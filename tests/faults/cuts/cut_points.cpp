@@ -53,7 +53,7 @@ conversation::conversation(const std::vector<cutting_gate::passage>& passed)
 /// Lengthens the last event, unless that is complete.
 void conversation::add(kind what, int connection, const std::string& text)
 {
-    const auto is_open = [this](const event& last) {
+    const auto is_open = [](const event& last) {
         switch (last.what) {
         case kind::command:
             return !ends_command(last.text);

@@ -33,7 +33,7 @@ protected:
     void break_uploads(Run run)
     {
         int cuts = 0;
-        for (const std::size_t after : {0, 1, 1000, 65536, 1000000, 3000000}) {
+        for (const std::size_t after : {0UL, 1UL, 1000UL, 65536UL, 1000000UL, 3000000UL}) {
             SCOPED_TRACE(after);
             cutting_gate gate(on_.at().host(), on_.at().port());
             gate.start(cutting_gate::cut{.where = cutting_gate::channel::data,

@@ -68,7 +68,7 @@ TEST_F(SessionFloodsTest, replies_without_an_end_need_no_memory)
     constexpr std::size_t steps_of_connect = 6;
     int count = 0;
     for (std::size_t step = 0; step < steps_of_connect; ++step)
-        for (const std::size_t size : {64, 70, 1000, 8192}) {
+        for (const std::size_t size : {64UL, 70UL, 1000UL, 8192UL}) {
             SCOPED_TRACE("step " + std::to_string(step) + ", lines of " + std::to_string(size));
             reply_fault flood;
             flood.is_refused = true;

@@ -146,7 +146,7 @@ TEST_F(PendingFileTest, stays_where_it_was_begun)
 
 TEST_F(PendingFileTest, needs_a_name)
 {
-    EXPECT_THROW(pending_file(fs::path()), failure);
+    EXPECT_THROW(pending_file{fs::path()}, failure);
     EXPECT_THROW(pending_file(folder_ / ""), failure);
 }
 
