@@ -165,7 +165,7 @@ tcp_stream tcp_stream::connect_to(unsigned short port, const stop_signal& stop,
 
 std::string tcp_stream::read_some()
 {
-    std::array<char, 16 * 1024> buffer;
+    std::array<char, 16UL << 10> buffer;
     for (;;) {
         wait_for(socket_.number(), POLLIN, *stop_);
         const auto count = recv(socket_.number(), buffer.data(), buffer.size(), 0);

@@ -85,7 +85,8 @@ TEST_P(LostSftpConnectionTest, a_change_fails_for_that_reason)
     EXPECT_EQ(failure_of([&] { session().download("/etc/passwd", local / "x"); }),
               failure_kind::connection);
     break_connection();
-    EXPECT_EQ(failure_of([&] { session().upload("/etc/passwd", "x"); }), failure_kind::connection);
+    const auto file = write_bytes(local / "y", "content");
+    EXPECT_EQ(failure_of([&] { session().upload(file, "x"); }), failure_kind::connection);
 }
 
 TEST_P(LostSftpConnectionTest, a_refusal_stays_a_refusal)
@@ -96,8 +97,10 @@ TEST_P(LostSftpConnectionTest, a_refusal_stays_a_refusal)
 
 TEST_P(LostSftpConnectionTest, a_transfer_names_the_server_without_room_as_the_other_reason)
 {
+    temporary_folder local;
+    const auto file = write_bytes(local / "x", "content");
     try {
-        session().upload("/etc/passwd", "/dev/full");
+        session().upload(file, "/dev/full");
         ADD_FAILURE() << "did not fail";
     } catch (const ftp::failure& failure) {
         EXPECT_THAT(failure.what(), HasSubstr("or the server could not go on"));
