@@ -293,7 +293,7 @@ TEST_F(SecurityTest, unknown_certificates_and_host_keys_are_refused)
     auto ftpes = on("vsftpd-tls", {"pwd"});
     ftpes.arguments[1] = running_server("vsftpd-tls")["other_ca_file"];
     EXPECT_EQ(run(ftpes).code, 9);
-    ftpes.arguments.push_back("--no-verify-certificate");
+    ftpes.arguments.emplace_back("--no-verify-certificate");
     EXPECT_EQ(run(ftpes).code, 0);
 
     auto sftp = on("sshd", {"pwd"});
