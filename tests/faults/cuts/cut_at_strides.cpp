@@ -209,8 +209,11 @@ void cut_at_strides(const real_server& server, const real_case& one, const std::
         came += was_cut ? 1 : 0;
     }
     failed.report_all(name_of(one));
-    // The others were meant for bytes that did not come this time.
-    EXPECT_GE(came * 10, cuts.size() * 9);
+    // The others were meant for bytes that did not come this time: lengths differ a little, and who
+    // takes leave may be gone before the last ones.
+    constexpr std::size_t few = 8;
+    EXPECT_GE(came + few, cuts.size() - cuts.size() / 10);
+    EXPECT_GT(came, 0U);
     count_cuts(came, counted_as);
     EXPECT_EQ(open_descriptors(), descriptors);
 }
