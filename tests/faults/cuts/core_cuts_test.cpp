@@ -10,7 +10,7 @@
 namespace tarnix::test {
 namespace {
 
-class CoreCutsTest : public testing::TestWithParam<cut_case> {
+class CoreCutsTest : public testing::TestWithParam<cut_case<operation>> {
 protected:
     CoreCutsTest() : earlier_handler_(host::set_warning_handler(&place::note_warning))
     {

@@ -130,7 +130,7 @@ std::size_t phase_of(const std::string& name, std::size_t stride)
 }
 
 std::vector<cutting_gate::cut> planned_cuts(const std::vector<cutting_gate::passage>& passed,
-                                            const real_case& one)
+                                            const cut_case<real_operation>& one)
 {
     const auto where = one.which == cut_bytes::data ? channel::data : channel::control;
     std::vector<cutting_gate::cut> cuts;
@@ -158,27 +158,8 @@ std::string stage_of(const cutting_gate::cut& there)
 
 } // namespace
 
-std::vector<real_case> cases_of(const std::vector<real_operation>& operations)
-{
-    std::vector<real_case> cases;
-    for (const auto& one : operations)
-        for (const auto which : {cut_bytes::commands, cut_bytes::replies, cut_bytes::data})
-            if (which != cut_bytes::data || !one.when_data_breaks.empty())
-                cases.push_back({one, which});
-    return cases;
-}
-
-std::string name_of(const real_case& one)
-{
-    return one.what.name + '_' + name_of(one.which);
-}
-
-std::ostream& operator<<(std::ostream& out, const real_case& one)
-{
-    return out << name_of(one);
-}
-
-void cut_at_strides(const real_server& server, const real_case& one, const std::string& counted_as)
+void cut_at_strides(const real_server& server, const cut_case<real_operation>& one,
+                    const std::string& counted_as)
 {
     const auto uncut = run(server, one.what).report;
     const auto descriptors = open_descriptors();
@@ -188,8 +169,7 @@ void cut_at_strides(const real_server& server, const real_case& one, const std::
     ASSERT_FALSE(cuts.empty());
     std::vector<run_result> found(cuts.size());
     do_at_once(cuts.size(), [&](std::size_t i) { found[i] = run(server, one.what, cuts[i]); });
-    auto allowed =
-        one.which == cut_bytes::data ? one.what.when_data_breaks : one.what.when_control_breaks;
+    auto allowed = one.which == cut_bytes::data ? one.what.data : one.what.control;
     allowed.push_back(one.what.success);
     failed_points failed;
     std::size_t came = 0;

@@ -180,27 +180,7 @@ std::vector<cut_point> points_of(const conversation& recorded, cut_bytes which)
 
 } // namespace
 
-std::vector<cut_case> cases_of(const std::vector<operation>& operations)
-{
-    std::vector<cut_case> cases;
-    for (const auto& one : operations)
-        for (const auto which : {cut_bytes::commands, cut_bytes::replies, cut_bytes::data})
-            if (which != cut_bytes::data || !one.data.empty())
-                cases.push_back({one, which});
-    return cases;
-}
-
-std::string name_of(const cut_case& one)
-{
-    return one.what.name + '_' + name_of(one.which);
-}
-
-std::ostream& operator<<(std::ostream& out, const cut_case& one)
-{
-    return out << name_of(one);
-}
-
-void cut_everywhere(const cut_case& one)
+void cut_everywhere(const cut_case<operation>& one)
 {
     const auto descriptors = open_descriptors();
     const auto uncut = shortest_run(one.what);

@@ -9,7 +9,7 @@
 namespace tarnix::test {
 namespace {
 
-class FtpsCutsTest : public testing::TestWithParam<real_case> {
+class FtpsCutsTest : public testing::TestWithParam<cut_case<real_operation>> {
 protected:
     FtpsCutsTest() { clear_proxy_environment(); }
 

@@ -19,9 +19,9 @@ struct real_operation {
     std::function<std::string(real_place&)> run;
     std::function<std::string(const real_place&)> effect;
     std::string success;
-    std::vector<std::string> when_control_breaks;
+    std::vector<std::string> control;
     /// None for operations that make no data connection.
-    std::vector<std::string> when_data_breaks{};
+    std::vector<std::string> data{};
 };
 
 /// What a session does over FTP with TLS, and over SFTP.

@@ -49,8 +49,8 @@ std::string changes_and_local_files(const real_place& here)
 template <typename Call>
 real_operation in_session(const std::string& name, const std::string& task,
                           std::function<void(real_place&)> prepare, Call call,
-                          const std::string& success, const outcomes& when_control_breaks,
-                          const outcomes& when_data_breaks = {})
+                          const std::string& success, const outcomes& control,
+                          const outcomes& data = {})
 {
     return {name,
             std::move(prepare),
@@ -64,8 +64,8 @@ real_operation in_session(const std::string& name, const std::string& task,
             },
             changes,
             success,
-            when_control_breaks,
-            when_data_breaks};
+            control,
+            data};
 }
 
 real_operation with_local_files(real_operation what)

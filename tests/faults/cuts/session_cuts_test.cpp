@@ -10,7 +10,7 @@
 namespace tarnix::test {
 namespace {
 
-class SessionCutsTest : public testing::TestWithParam<cut_case> {
+class SessionCutsTest : public testing::TestWithParam<cut_case<operation>> {
 protected:
     SessionCutsTest() : earlier_handler_(host::set_warning_handler(&place::note_warning))
     {

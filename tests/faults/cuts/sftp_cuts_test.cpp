@@ -9,7 +9,7 @@
 namespace tarnix::test {
 namespace {
 
-class SftpCutsTest : public testing::TestWithParam<real_case> {
+class SftpCutsTest : public testing::TestWithParam<cut_case<real_operation>> {
 protected:
     SftpCutsTest() { clear_proxy_environment(); }
 

@@ -2,6 +2,7 @@
 
 #include "scene.hpp"
 
+#include <support/failure_kinds.hpp>
 #include <support/identifier_matchers.hpp>
 #include <tarnix/ftp/errors.hpp>
 
@@ -15,31 +16,6 @@
 namespace tarnix::test {
 
 namespace {
-
-std::string text_of(ftp::failure_kind kind)
-{
-    switch (kind) {
-    case ftp::failure_kind::connection:
-        return "connection";
-    case ftp::failure_kind::security:
-        return "security";
-    case ftp::failure_kind::login:
-        return "login";
-    case ftp::failure_kind::not_found:
-        return "not found";
-    case ftp::failure_kind::permission:
-        return "permission";
-    case ftp::failure_kind::conflict:
-        return "conflict";
-    case ftp::failure_kind::transfer:
-        return "transfer";
-    case ftp::failure_kind::local_file:
-        return "local file";
-    case ftp::failure_kind::cancelled:
-        return "cancelled";
-    }
-    return "?";
-}
 
 std::string text_of(const resource_core::BaseMsgID& message)
 {
@@ -89,7 +65,7 @@ std::string outcome_of(const std::function<std::string()>& operation, std::strin
         return operation();
     } catch (const ftp::failure& failure) {
         details = failure.what();
-        return "fails: " + text_of(failure.kind());
+        return std::string("fails: ") + name_of(failure.kind());
     } catch (const ftp::invalid_input& refusal) {
         details = refusal.what();
         return "refused";
